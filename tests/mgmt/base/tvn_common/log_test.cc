@@ -1,0 +1,130 @@
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "test_sysroot_guard.h"
+#include "tvn_log.h"
+
+namespace {
+
+uint64_t g_now = 1000;
+uint64_t fake_clock() { return g_now; }
+
+class LogTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        g_now = 1000;
+        tvn::set_log_clock(&fake_clock);
+        ASSERT_EQ(TvnLogInit(666, 6, "/var/log/platform"), 0);
+        path_ = root_.root() + "/var/log/platform/tvn_cm.log";
+    }
+    void TearDown() override {
+        TvnLogFini();
+        tvn::set_log_clock(nullptr);
+        TvnSetLogLevel(666, 1);
+    }
+    std::vector<std::string> lines() const {
+        std::ifstream in(path_);
+        std::vector<std::string> out;
+        for (std::string l; std::getline(in, l);) out.push_back(l);
+        return out;
+    }
+    scoped_sysroot root_;
+    std::string path_;
+};
+
+void log_from_one_site(int n) {
+    TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, -7, "site A message %d", n);
+}
+void log_from_other_site(int n) {
+    TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_INFO, 0, "site B message %d", n);
+}
+
+size_t count_containing(const std::vector<std::string>& ls, const std::string& needle) {
+    size_t n = 0;
+    for (auto& l : ls) n += l.find(needle) != std::string::npos;
+    return n;
+}
+
+TEST_F(LogTest, LineCarriesModuleFileFunctionLineTextAndCode) {
+    log_from_one_site(1);
+    auto ls = lines();
+    ASSERT_EQ(ls.size(), 1u);
+    const std::string& l = ls[0];
+    EXPECT_NE(l.find("proto_tvn_cm"), std::string::npos) << l;
+    EXPECT_NE(l.find("log_test.cc:"), std::string::npos) << l;
+    EXPECT_EQ(l.find("/log_test.cc"), std::string::npos) << "only the base name: " << l;
+    EXPECT_NE(l.find("log_from_one_site"), std::string::npos) << l;
+    EXPECT_NE(l.find("site A message 1"), std::string::npos) << l;
+    EXPECT_NE(l.find("-7"), std::string::npos) << l;
+    EXPECT_NE(l.find("[4]"), std::string::npos) << l;
+}
+
+TEST_F(LogTest, RateLimitIsPerCallSiteAndReportsSuppressedCountInNextWindow) {
+    for (int i = 0; i < 5; ++i) log_from_one_site(i);
+    for (int i = 0; i < 2; ++i) log_from_other_site(i);
+    g_now = 1059;  // same window
+    log_from_one_site(5);
+    auto ls = lines();
+    EXPECT_EQ(count_containing(ls, "site A message"), 3u);
+    EXPECT_EQ(count_containing(ls, "site B message"), 2u);
+    EXPECT_EQ(count_containing(ls, "messages suppressed"), 0u);
+
+    g_now = 1060;  // a new window opens: report first, then the message
+    log_from_one_site(6);
+    ls = lines();
+    ASSERT_GE(ls.size(), 2u);
+    EXPECT_NE(ls[ls.size() - 2].find("3 messages suppressed."), std::string::npos) << ls[ls.size() - 2];
+    EXPECT_NE(ls[ls.size() - 2].find("-7"), std::string::npos) << "report keeps the site's code";
+    EXPECT_NE(ls.back().find("site A message 6"), std::string::npos);
+
+    // A window in which nothing was suppressed reports nothing.
+    g_now = 1200;
+    log_from_one_site(7);
+    EXPECT_EQ(count_containing(lines(), "messages suppressed"), 1u);
+}
+
+TEST_F(LogTest, LevelFilterFollowsInternalLevel) {
+    TvnSetLogLevel(666, 2);  // errors only
+    log_from_other_site(1);  // information
+    log_from_one_site(1);    // error
+    auto ls = lines();
+    EXPECT_EQ(count_containing(ls, "site B"), 0u);
+    EXPECT_EQ(count_containing(ls, "site A"), 1u);
+    TvnSetLogLevel(666, 0);
+    EXPECT_TRUE(TvnLogLevelEnabled(TVN_LOG_DEBUG));
+    TvnSetLogLevel(666, 3);
+    EXPECT_FALSE(TvnLogLevelEnabled(TVN_LOG_ERROR));
+}
+
+TEST(LogLevel, ConvertToInternal) {
+    struct { int in, out; } cases[] = {{300, 2}, {400, 1}, {700, 0}, {0, 3}, {-1, 3}, {500, 3}, {301, 3}};
+    for (auto c : cases) EXPECT_EQ(TvnConvertLogLevelToInternal(c.in), c.out) << c.in;
+}
+
+TEST(LogInit, UncreatableDirectoryIsAnErrorNotACrash) {
+    scoped_sysroot root;
+    // A plain file where the directory should go.
+    { std::ofstream(root.root() + "/var"); }
+    EXPECT_LT(TvnLogInit(666, 6, "/var/log/platform"), 0);
+    EXPECT_FALSE(TvnLogIsOpen());
+    EXPECT_LT(TvnLogInit(666, 6, ""), 0);
+    EXPECT_LT(TvnLogInit(666, 6, nullptr), 0);
+    // Logging without an open log is harmless.
+    log_from_one_site(1);
+}
+
+TEST(LogInit, ReopenAndCloseAreSafe) {
+    scoped_sysroot root;
+    EXPECT_EQ(TvnLogInit(666, 6, "/var/log/platform"), 0);
+    EXPECT_EQ(TvnLogInit(666, 6, "/var/log/platform"), 0);
+    EXPECT_TRUE(TvnLogIsOpen());
+    TvnLogFini();
+    TvnLogFini();
+    EXPECT_FALSE(TvnLogIsOpen());
+}
+
+}  // namespace
