@@ -132,11 +132,16 @@ void TvnLogPrint(const char* module_name, int level, int32_t err_code, const cha
 
     struct timeval tv {};
     ::gettimeofday(&tv, nullptr);
-    struct tm tm_utc {};
-    time_t secs = tv.tv_sec;
-    ::gmtime_r(&secs, &tm_utc);
-    char stamp[40];
-    std::strftime(stamp, sizeof(stamp), "%Y-%m-%dT%H:%M:%S", &tm_utc);
+    // Breaking the time down is the dearest part of a line; do it once a second.
+    thread_local time_t stamp_secs = -1;
+    thread_local char stamp[40];
+    if (tv.tv_sec != stamp_secs) {
+        struct tm tm_utc {};
+        time_t secs = tv.tv_sec;
+        ::gmtime_r(&secs, &tm_utc);
+        std::strftime(stamp, sizeof(stamp), "%Y-%m-%dT%H:%M:%S", &tm_utc);
+        stamp_secs = tv.tv_sec;
+    }
 
     fmt::memory_buffer out;
     fmt::format_to(std::back_inserter(out), "{}.{:06d}Z [{}] {} {}:{} {}: {} (rc={})\n", stamp,
