@@ -1,0 +1,54 @@
+#pragma once
+// Message server behind every RPC server: ROUTER front for remote REQ
+// clients, ROUTER back for in-process REQ workers, least-recently-used
+// dispatch, bounded queueing and age-based dropping of queued requests.
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "itf_tvn_msg_server.h"
+
+class tvn_msg_zmq_lrubroker : public itf_tvn_msg_server {
+public:
+    // Requests queued beyond this many are dropped.
+    static constexpr std::size_t MAX_QUEUED_REQUESTS = 1000;
+
+    tvn_msg_zmq_lrubroker() = default;
+    ~tvn_msg_zmq_lrubroker() override;
+    tvn_msg_zmq_lrubroker(const tvn_msg_zmq_lrubroker&) = delete;
+    tvn_msg_zmq_lrubroker& operator=(const tvn_msg_zmq_lrubroker&) = delete;
+
+    int32_t bind(const tvn_msg_addr& addr) override;
+    // Blocks in the broker loop until stop(). 0 after a clean stop.
+    int32_t start() override;
+    // Ends the loop and the workers; waits for start() to return unless
+    // called from one of the server's own threads.
+    int32_t stop() override;
+    void set_worker_num(int worker_num) override;
+    void set_msg_deal_fun(tvn_msg_deal_fun deal, void* context) override;
+
+    bool is_bound() const;
+    bool is_running() const;
+
+private:
+    class loop;
+    void worker_loop(void* context);
+    void join_workers();
+    bool on_own_thread() const;
+
+    mutable std::mutex mutex_;
+    std::condition_variable state_cv_;
+    void* context_ = nullptr;
+    bool bound_ = false;
+    bool running_ = false;
+    tvn_msg_addr addr_;
+    std::string endpoint_;
+    const std::string backend_endpoint_ = "inproc://workers";
+    int worker_num_ = 0;
+    tvn_msg_deal_fun deal_ = nullptr;
+    void* deal_context_ = nullptr;
+    std::vector<std::thread> workers_;
+    std::thread::id loop_thread_;
+};
