@@ -2,13 +2,11 @@
 // Message server behind every RPC server: ROUTER front for remote REQ
 // clients, ROUTER back for in-process REQ workers, least-recently-used
 // dispatch, bounded queueing and age-based dropping of queued requests.
-#include <condition_variable>
-#include <mutex>
+#include <cstddef>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "itf_tvn_msg_server.h"
+#include "tvn_msg_server_core.h"
 
 class tvn_msg_zmq_lrubroker : public itf_tvn_msg_server {
 public:
@@ -21,7 +19,8 @@ public:
     tvn_msg_zmq_lrubroker& operator=(const tvn_msg_zmq_lrubroker&) = delete;
 
     int32_t bind(const tvn_msg_addr& addr) override;
-    // Blocks in the broker loop until stop(). 0 after a clean stop.
+    // Blocks in the broker loop until stop(). 0 after a clean stop; -2024
+    // not bound; -2003 sockets; -2004 the endpoint is already in use.
     int32_t start() override;
     // Ends the loop and the workers; waits for start() to return unless
     // called from one of the server's own threads.
@@ -29,26 +28,19 @@ public:
     void set_worker_num(int worker_num) override;
     void set_msg_deal_fun(tvn_msg_deal_fun deal, void* context) override;
 
-    bool is_bound() const;
-    bool is_running() const;
+    bool is_bound();
+    bool is_running();
 
 private:
-    class loop;
-    void worker_loop(void* context);
-    void join_workers();
-    bool on_own_thread() const;
+    static void worker_loop(void* context, const std::string& backend, tvn_msg_deal_fun deal,
+                            void* deal_context);
+    void run_loop(void* front, void* back);
 
-    mutable std::mutex mutex_;
-    std::condition_variable state_cv_;
-    void* context_ = nullptr;
-    bool bound_ = false;
-    bool running_ = false;
+    tvn_msg_server_core core_;
     tvn_msg_addr addr_;
     std::string endpoint_;
     const std::string backend_endpoint_ = "inproc://workers";
     int worker_num_ = 0;
     tvn_msg_deal_fun deal_ = nullptr;
     void* deal_context_ = nullptr;
-    std::vector<std::thread> workers_;
-    std::thread::id loop_thread_;
 };

@@ -30,25 +30,32 @@ public:
     bool interupt_thread_work() override;
     void run_thread_job() override;
 
+    // Connections to the remote daemon held by worker threads right now.
+    std::size_t worker_socket_count();
+
 private:
     void* acquire_client_socket();
     void release_client_socket(void* socket, bool reusable);
-    void clear_client_sockets();
     void* worker_socket();
-    void reset_worker_socket();
-    void clear_worker_sockets();
+    void forget_worker_socket();
+    static void on_worker_exit(void* context);
 
     std::mutex open_mutex_;
     std::unique_ptr<tvn_msg_zmq_server> server_;
     tvn_msg_addr addr_;
     std::string endpoint_;
-    unsigned worker_num_;
+    const unsigned worker_num_;
+    int32_t job_result_ = 0;
 
     std::mutex socket_map_mutex_;
     std::map<std::thread::id, void*> worker_sockets_;
 
-    // Caller-side sockets to the in-process front whose last exchange
-    // completed, kept for the next caller instead of being rebuilt.
-    std::mutex idle_mutex_;
+    // Caller-side sockets to the in-process front. One whose exchange
+    // completed is in a clean state and is kept for the next caller rather
+    // than rebuilt; a failed one is closed. No socket is made once close()
+    // has begun, so the context's termination never waits on a newcomer.
+    std::mutex client_mutex_;
+    bool accepting_ = false;
+    void* client_context_ = nullptr;
     std::vector<void*> idle_client_sockets_;
 };

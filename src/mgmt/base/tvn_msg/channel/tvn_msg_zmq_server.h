@@ -1,13 +1,10 @@
 #pragma once
 // Proxy-style message server: ROUTER front, DEALER back, worker REP sockets.
 // Used inside the process by the multi-channel.
-#include <condition_variable>
-#include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "itf_tvn_msg_server.h"
+#include "tvn_msg_server_core.h"
 
 class tvn_msg_zmq_server : public itf_tvn_msg_server {
 public:
@@ -17,31 +14,36 @@ public:
     tvn_msg_zmq_server& operator=(const tvn_msg_zmq_server&) = delete;
 
     int32_t bind(const tvn_msg_addr& addr) override;
+    // Blocks in the proxy until stop(). 0 after a clean stop; -2024 not
+    // bound; -2003 sockets; -2004 the endpoint is already in use.
     int32_t start() override;
+    // Ends start() and the workers; waits for start() to let go of the
+    // endpoint unless called from one of the server's own threads.
     int32_t stop() override;
     void set_worker_num(int worker_num) override;
     void set_msg_deal_fun(tvn_msg_deal_fun deal, void* context) override;
 
     void set_inproc_addr(const std::string& endpoint);
+    // Run by each worker thread as it ends, on that thread, so that sockets
+    // the deal function made on it are closed by their own thread before
+    // the context is terminated.
+    using worker_exit_fun = void (*)(void* context);
+    void set_worker_exit_fun(worker_exit_fun fun, void* context);
     // The context, for in-process clients; null when not bound.
-    void* get_zmq_context() const;
-    bool is_bound() const;
+    void* get_zmq_context();
+    bool is_bound();
 
 private:
-    void worker_loop(void* context);
-    void join_workers();
-    void terminate_context_locked(std::unique_lock<std::mutex>& lock);
+    static void worker_loop(void* context, const std::string& backend, tvn_msg_deal_fun deal,
+                            void* deal_context);
 
-    mutable std::mutex mutex_;
-    std::condition_variable state_cv_;
-    void* context_ = nullptr;
-    bool bound_ = false;
-    bool running_ = false;
+    tvn_msg_server_core core_;
     tvn_msg_addr addr_;
     std::string endpoint_;
     std::string backend_endpoint_ = "inproc://workers";
     int worker_num_ = 0;
     tvn_msg_deal_fun deal_ = nullptr;
     void* deal_context_ = nullptr;
-    std::vector<std::thread> workers_;
+    worker_exit_fun exit_fun_ = nullptr;
+    void* exit_context_ = nullptr;
 };

@@ -1,0 +1,87 @@
+#include "tvn_msg_server_core.h"
+
+#include <zmq.h>
+
+#include <algorithm>
+#include <new>
+
+#include "tvn_msg_def.h"
+
+tvn_msg_server_core::~tvn_msg_server_core() { stop(); }
+
+int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int worker_num,
+                                         const std::function<void(void*)>& worker) {
+    // A previous run may still be joining its workers.
+    cv_.wait(lock, [this] { return !running_ && workers_.empty() && context_ == nullptr; });
+    void* ctx = zmq_ctx_new();
+    if (ctx == nullptr) return TVN_MSG_ERR_CONTEXT;
+    try {
+        workers_.reserve(static_cast<std::size_t>(worker_num));
+        for (int i = 0; i < worker_num; ++i) workers_.emplace_back(worker, ctx);
+    } catch (...) {
+        zmq_ctx_shutdown(ctx);
+        for (auto& t : workers_) t.join();
+        workers_.clear();
+        zmq_ctx_term(ctx);
+        return TVN_MSG_ERR_NOMEM;
+    }
+    context_ = ctx;
+    bound_ = true;
+    return 0;
+}
+
+int32_t tvn_msg_server_core::begin_start(void*& ctx) {
+    std::lock_guard<std::mutex> guard(mutex_);
+    if (!bound_) return TVN_MSG_ERR_NOT_BOUND;
+    if (running_) return 1;
+    running_ = true;
+    loop_thread_ = std::this_thread::get_id();
+    ctx = context_;
+    return 0;
+}
+
+void tvn_msg_server_core::end_start() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    teardown(lock);
+    running_ = false;
+    loop_thread_ = std::thread::id();
+    cv_.notify_all();
+}
+
+int32_t tvn_msg_server_core::stop() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (context_ == nullptr) return 0;
+    zmq_ctx_shutdown(context_);
+    bound_ = false;
+    if (running_) {
+        // The loop tears down itself; a worker (or the loop) stopping its own
+        // server must not wait for itself.
+        if (!on_own_thread_locked()) cv_.wait(lock, [this] { return !running_; });
+        return 0;
+    }
+    teardown(lock);
+    cv_.notify_all();
+    return 0;
+}
+
+void tvn_msg_server_core::teardown(std::unique_lock<std::mutex>& lock) {
+    void* ctx = context_;
+    std::vector<std::thread> workers;
+    workers.swap(workers_);
+    bound_ = false;
+    if (ctx != nullptr) zmq_ctx_shutdown(ctx);
+    lock.unlock();
+    for (auto& t : workers)
+        if (t.joinable() && t.get_id() != std::this_thread::get_id()) t.join();
+        else if (t.joinable()) t.detach();
+    if (ctx != nullptr) zmq_ctx_term(ctx);
+    lock.lock();
+    if (context_ == ctx) context_ = nullptr;
+}
+
+bool tvn_msg_server_core::on_own_thread_locked() const {
+    const auto self = std::this_thread::get_id();
+    if (self == loop_thread_) return true;
+    return std::any_of(workers_.begin(), workers_.end(),
+                       [self](const std::thread& t) { return t.get_id() == self; });
+}
