@@ -47,9 +47,9 @@ void tvn_omagent_register_processor(unsigned long opcode) {
     if (!tvn_cm_omagent::Register_Processor(prototype)) delete prototype;
 }
 
-// The command registration list, in table order, followed by
-// Init_Av_Processor(). Kept apart from initRpcServer so each command family
-// only touches its own sources.
+// The command registration list, in table order (om_itf), and the
+// antivirus commands made at run time; initRpcServer calls both, in that
+// order.
 void tvn_cm_register_all_commands();
 void Init_Av_Processor();
 

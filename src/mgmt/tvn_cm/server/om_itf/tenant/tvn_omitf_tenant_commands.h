@@ -1,0 +1,11 @@
+#pragma once
+// Handler classes of the tenant (vStore) commands, by the names the command
+// table registers them under. A class that is not written yet stands for
+// the shared placeholder (answers "not supported"); when it is written,
+// replace its alias with the class's own header.
+#include "common/tvn_omitf_placeholder.h"
+
+using TvnOmitfCreateTenant = tvn_omitf_placeholder;
+using TvnOmitfDeleteTenant = tvn_omitf_placeholder;
+using TvnOmitfCheckTenant = tvn_omitf_placeholder;
+using TvnOmitfModifyTenant = tvn_omitf_placeholder;
