@@ -86,7 +86,9 @@ int32_t base_init() {
         dpax_set_instant_map_flag(true);
     }
     ps_init_thread_strategy();
-    (void)dpax_thrd_setcurthreadinfo(ps_get_process_name()[0] != '\0' ? ps_get_process_name() : "ps_main");
+    // The main thread's name is the process's name in ps and top: only a
+    // configured process name replaces it.
+    (void)dpax_thrd_setcurthreadinfo(ps_get_process_name()[0] != '\0' ? ps_get_process_name() : nullptr);
     int64_t pool = base_int("thread_pool_num");
     if (pool > 0) (void)dpax_thread_pool_create(pool > 4096 ? 4096u : static_cast<uint32_t>(pool));
     (void)dpax_symbol_init();
