@@ -58,6 +58,8 @@ bool parse_object_id(std::string_view text, uint64_t& out) {
 
 bool parse_dec_u32(std::string_view text, uint32_t& out) { return parse_digits(text, out); }
 
+bool parse_dec_u64(std::string_view text, uint64_t& out) { return parse_digits(text, out); }
+
 bool parse_fsid(std::string_view text, uint64_t& out) {
     // File systems are numbered within 32 bits; the decimal number is the
     // only form the management plane writes.

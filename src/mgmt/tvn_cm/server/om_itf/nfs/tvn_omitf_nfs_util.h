@@ -129,6 +129,8 @@ std::vector<answer_item> auth_answer_items(const mul_vstore_nfs_share_permission
 bool parse_object_id(std::string_view text, uint64_t& out);
 // Decimal digits only, 0 to 4294967295.
 bool parse_dec_u32(std::string_view text, uint32_t& out);
+// Decimal digits only, 0 to 2^64 - 1.
+bool parse_dec_u64(std::string_view text, uint64_t& out);
 // A file-system identifier as the management plane writes it.
 bool parse_fsid(std::string_view text, uint64_t& out);
 // A dtree identifier of a filter: the text cut to its first 64 characters,

@@ -1,4 +1,4 @@
-#include "tvn_query_cond.h"
+#include "common/tvn_query_cond.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The NFS commands' shared logic, without any other process.
-#include "tvn_omitf_nfs_util.h"
+#include "nfs/tvn_omitf_nfs_util.h"
 
 #include <gtest/gtest.h>
 
