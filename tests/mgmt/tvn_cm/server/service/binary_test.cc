@@ -1,0 +1,249 @@
+// The real tvn_cm binary: start-up, serving on 127.0.0.1:6106, stop, the
+// single-instance lock and every start-up failure point.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+
+#include <filesystem>
+#include <set>
+#include <nlohmann/json.hpp>
+
+#include "cm_process.h"
+#include "cm_test_client.h"
+#include "service_test_util.h"
+
+#ifndef TVN_TEST_REGISTER_FAIL_POINT
+#define TVN_TEST_REGISTER_FAIL_POINT "tvn_cm_omagent"
+#endif
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const char* const kUsage =
+    "Usage: [options] \n\nOptions: \n-l | --lsid        process id\n-v | --version        process "
+    "version\n-f | --file        config file\n-s | --startType   start type:s/r for start/restart\nYou "
+    "must supply lsid and version at least\nwith appropriate extensions for the file formats.\n\n";
+
+class BinaryTest : public ::testing::Test {
+protected:
+    void SetUp() override { root_.emplace(); }
+    void TearDown() override { root_.reset(); }
+
+    std::string root() const { return root_->root(); }
+    std::string path(const std::string& abs) const { return root() + abs; }
+    std::string logs() const {
+        return read_text(path("/var/log/platform/tvn_cm.log")) + read_text(path("/var/log/platform/process_shell.log"));
+    }
+    bool logged(const std::string& text) const { return logs().find(text) != std::string::npos; }
+    std::string pid_file() const { return path("/KSD/component/protocol/proto_tvn_cm.pid"); }
+    bool lock_is_free() const {
+        int fd = ::open(pid_file().c_str(), O_RDWR);
+        if (fd < 0) return true;
+        bool free = ::flock(fd, LOCK_EX | LOCK_NB) == 0;
+        ::close(fd);
+        return free;
+    }
+    // Waits until the process answers on 6106 (or has ended).
+    static bool serving(cm_process& p, cm_test_client& client) {
+        return eventually([&] { return !p.running() || client.cm_state(300) == 0; }, 20000ms) && p.running();
+    }
+    // Every run ends with status 0, whatever happened.
+    static void expect_clean_end(cm_process& p, std::chrono::milliseconds limit = 20000ms) {
+        int status = -1;
+        ASSERT_TRUE(p.wait_exit(limit, status)) << "tvn_cm did not end";
+        ASSERT_TRUE(WIFEXITED(status)) << "status " << status;
+        EXPECT_EQ(WEXITSTATUS(status), 0);
+    }
+
+private:
+    std::optional<scoped_sysroot> root_;
+};
+
+TEST_F(BinaryTest, ServesStopsOnSigtermAndLetsTheLockGo) {
+    write_text(path("/KSD/conf/tvn_cm/failover.json"), R"({"local_node": "node-x"})");
+    // Junk in the attribute file does not stop the start.
+    std::string attrs = root() + "/attrs.ini";
+    write_text(attrs, std::string("\x01\xff[base\nprocess_name=\"tvn_cm\"\n=\n[x]\n", 31) + std::string(1000, 'z') + "\n");
+    cm_process p(root(), {"-l", "1", "-v", "1", "-f", attrs}, {{"TVN_NODE_ID", "4"}});
+    cm_test_client client;
+    ASSERT_TRUE(serving(p, client)) << logs();
+
+    tvn_get_cluster_info_req info_req;
+    info_req.set_info_type(GET_NODE_ID);
+    tvn_get_cluster_info_rsp info_rsp;
+    ASSERT_EQ(client.call(client.cm(), &tvn_cm_service_Stub::get_cluster_info, info_req, info_rsp), 0);
+    EXPECT_EQ(info_rsp.result(), 0);
+    EXPECT_EQ(info_rsp.node_id(), 4u);
+
+    tvn_alarm_req alarm;
+    alarm.set_alarm_id(0xabc);
+    alarm.set_alarm_type(3);
+    alarm.add_args("fs1");
+    alarm.add_args("share1");
+    tvn_alarm_rsp alarm_rsp;
+    ASSERT_EQ(client.call(client.cm(), &tvn_cm_service_Stub::cm_send_alarm, alarm, alarm_rsp), 0);
+    EXPECT_EQ(alarm_rsp.status(), 0);
+    auto line = nlohmann::json::parse(read_text(path("/var/log/platform/alarm.jsonl")));
+    EXPECT_EQ(line["text"], "fs1,share1");
+    EXPECT_EQ(line["id"], "0xabc");
+
+    tvn_get_node_name_req name_req;
+    tvn_get_node_name_rsp name_rsp;
+    ASSERT_EQ(client.call(client.failover(), &tvn_failover_service_Stub::get_node_name, name_req, name_rsp), 0);
+    EXPECT_EQ(name_rsp.node_name(), "node-x");
+
+    EXPECT_EQ(read_text(pid_file()), std::to_string(p.pid()) + "\n");
+    EXPECT_FALSE(lock_is_free());
+    // Both logs are open while it serves.
+    std::set<std::string> open_files;
+    for (const auto& fd : std::filesystem::directory_iterator("/proc/" + std::to_string(p.pid()) + "/fd")) {
+        std::error_code ec;
+        open_files.insert(std::filesystem::read_symlink(fd.path(), ec).string());
+    }
+    EXPECT_TRUE(open_files.count(path("/var/log/platform/tvn_cm.log")));
+    EXPECT_TRUE(open_files.count(path("/var/log/platform/process_shell.log")));
+
+    // A second instance is refused and leaves the first's file alone.
+    {
+        cm_process second(root(), {"-l", "1", "-v", "1"});
+        expect_clean_end(second);
+        EXPECT_TRUE(logged("the cm exe run failed, the process has running."));
+        EXPECT_TRUE(logged("Flock file (" + pid_file() + ") failed, errno(11)."));
+        EXPECT_EQ(read_text(pid_file()), std::to_string(p.pid()) + "\n");
+        EXPECT_EQ(client.cm_state(), 0);
+    }
+
+    // SIGABRT from outside is ignored.
+    p.signal(SIGABRT);
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(p.running());
+    EXPECT_EQ(client.cm_state(), 0);
+
+    p.signal(SIGTERM);
+    expect_clean_end(p, 10000ms);
+    EXPECT_TRUE(lock_is_free());
+    EXPECT_TRUE(logged("cm exe start the rpc server success"));
+    EXPECT_TRUE(logged("PS Init module: tvn_cm end, status: 1"));
+    EXPECT_TRUE(logged("PS process init fail code:1"));
+    // The last line of each log was written in full before the end.
+    std::string service_log = read_text(path("/var/log/platform/tvn_cm.log"));
+    ASSERT_FALSE(service_log.empty());
+    EXPECT_EQ(service_log.back(), '\n');
+}
+
+TEST_F(BinaryTest, SigintStopsItToo) {
+    cm_process p(root(), {"--lsid", "2", "--version", "1", "--startType", "r"});
+    cm_test_client client;
+    ASSERT_TRUE(serving(p, client)) << logs();
+    p.signal(SIGINT);
+    expect_clean_end(p, 10000ms);
+    EXPECT_TRUE(lock_is_free());
+}
+
+TEST_F(BinaryTest, EachStartUpFailurePointEndsStartUpWithItsOwnText) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"dpax_exception_init", "PS process init signal fail code:-1"},
+        {"snm_agent_init", "PS Init module: snm_agent end, status: -1"},
+        {"DBG_DiagnoseAgentInit", "Diagnose agent init failed ret=-1."},
+        {"TvnCloseDpucDataPipe", "Close dpuc data pipe failed ret=-1."},
+        {"Tvn_Cm_Netlink_StartService", "Start netlink service failed ret=-1."},
+        {"dplog_init", "dplog init fail."},
+        {"dpax_log_init", "dpax_log_init failed"},
+        {"dpax_Init", "dpax init failed"},
+        {"osax_init", "Osax init failed.ret(-1)."},
+        {"dp_mm_pool_init", "dp_mm_pool_init failed"},
+        {"dp_shm_pool_init", "Init dpumm failed,ret(-1)."},
+        {"IOD_Init", "Init iod failed,ret(-1)."},
+        {"MgmtSnmInit", "tvn_cm Initial SNM Failed."},
+        {"dra_proc_id_set", "tvn_cm set proc id Failed:-1."},
+        {"NET_initUcLinkModule", "tvn_cm Initial initUcLinkModule Failed:-1."},
+        {"TvnCmFmInit", "tvn_cm Initial feature manager Failed:-1."},
+        {TVN_TEST_REGISTER_FAIL_POINT, "Register rpc failed."},
+        {"tvn_cm_event_engine", "start cm event engine failed, rc(-1)."},
+    };
+    for (auto [point, text] : rows) {
+        SCOPED_TRACE(point);
+        ::unlink(path("/var/log/platform/tvn_cm.log").c_str());
+        ::unlink(path("/var/log/platform/process_shell.log").c_str());
+        cm_process p(root(), {"-l", "1", "-v", "1"}, {{"TVN_FAIL_AT", point}});
+        expect_clean_end(p);
+        EXPECT_TRUE(logged(text)) << logs();
+        EXPECT_TRUE(logged("PS process init fail code:1")) << logs();
+        EXPECT_FALSE(logged("The cm rpc server wait listening."));
+        EXPECT_TRUE(lock_is_free());
+    }
+}
+
+TEST_F(BinaryTest, PlatformFailuresAreSummedUpByTheirStep) {
+    cm_process p(root(), {"-l", "1", "-v", "1"}, {{"TVN_FAIL_AT", "osax_init"}});
+    expect_clean_end(p);
+    EXPECT_TRUE(logged("Start init osax."));
+    EXPECT_TRUE(logged("Init infrastructure failed, ret(-1)."));
+    EXPECT_TRUE(logged("Init dependent component failed."));
+    EXPECT_FALSE(logged("Start init IOD."));
+}
+
+TEST_F(BinaryTest, SomeFailuresAreLoggedAndStartUpCarriesOn) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"EA_GenerateProductIni", "Ea Initial Failed."},
+        {"CST_GetItemFromFile", "When start process tvn_cm, read global config(whether support nas) failed(ret 0)."},
+        {"TvnInitKMCAClient", "Init kmc client failed, rc(-1)."},
+    };
+    for (auto [point, text] : rows) {
+        SCOPED_TRACE(point);
+        cm_process p(root(), {"-l", "1", "-v", "1"}, {{"TVN_FAIL_AT", point}});
+        cm_test_client client;
+        ASSERT_TRUE(serving(p, client)) << logs();
+        EXPECT_TRUE(logged(text)) << logs();
+        p.signal(SIGTERM);
+        expect_clean_end(p, 10000ms);
+    }
+    EXPECT_TRUE(logged("When start process tvn_cm, read support flag(1-1) success."));
+}
+
+TEST_F(BinaryTest, AServiceLogThatCannotBeOpenedEndsStartUp) {
+    ASSERT_EQ(tvn::make_dirs(path("/var/log/platform/tvn_cm.log")), 0);  // a folder in its place
+    cm_process p(root(), {"-l", "1", "-v", "1"});
+    expect_clean_end(p);
+    EXPECT_NE(read_text(p.err_file()).find("Init Log Error, rc = -21"), std::string::npos) << read_text(p.err_file());
+    EXPECT_TRUE(logged("PS process init fail code:1"));
+}
+
+TEST_F(BinaryTest, ATakenPortEndsItCleanly) {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    ASSERT_GE(fd, 0);
+    int one = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(6106);
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof(addr)), 0);
+    ASSERT_EQ(::listen(fd, 1), 0);
+    cm_process p(root(), {"-l", "1", "-v", "1"});
+    expect_clean_end(p);
+    ::close(fd);
+    EXPECT_TRUE(logged("The cm rpc port is already used."));
+    EXPECT_TRUE(logged("The cm rpc server run thread job stop."));
+    EXPECT_TRUE(lock_is_free());
+}
+
+TEST_F(BinaryTest, BadCommandLinesPrintTheUsageAndEndWithZero) {
+    const std::vector<std::string> rows[] = {
+        {"-l", "1"}, {}, {"-x"}, {"-l", "1", "-v"}, {"-l", "one", "-v", "1"}, {"--lsid=1", "--version", "-1"},
+    };
+    for (const auto& args : rows) {
+        SCOPED_TRACE(::testing::PrintToString(args));
+        cm_process p(root(), args);
+        expect_clean_end(p, 10000ms);
+        EXPECT_EQ(read_text(p.err_file()), kUsage);
+        EXPECT_EQ(read_text(p.out_file()), "");
+    }
+    EXPECT_TRUE(logged("PS Lack of params 0x1, see usage for more info"));
+    EXPECT_FALSE(logged("PS Init module"));
+}
+
+}  // namespace
