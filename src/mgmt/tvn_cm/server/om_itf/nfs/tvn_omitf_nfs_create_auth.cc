@@ -1,0 +1,160 @@
+#include "talvane_store_nfs.pb.h"
+#include "tvn_cm_util.h"
+#include "tvn_msgobj.h"
+#include "tvn_omitf_nfs_auth.h"
+#include "tvn_omitf_nfs_lookup.h"
+#include "tvn_store_nfs_api.h"
+
+using namespace tvn_nfs;
+
+namespace {
+constexpr const char* kName = "tvn_omitf_nfs_create_auth";
+constexpr size_t kMaxAccessName = 255;
+
+int32_t option_failed(const char* text) {
+    TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_AUTH_OPTION, "%s", text);
+    return NFS_ERR_AUTH_OPTION;
+}
+
+// One of the two squash flags, which a create must carry.
+int32_t read_squash(void* req, uint32_t item, const char* missing, std::optional<uint32_t>& out) {
+    uint32_t value = 0;
+    switch (read_number(req, item, value)) {
+        case ITEM_READ_ABSENT: return option_failed(missing);
+        case ITEM_READ_FAILED: value = 2; break;  // not a number: as bad as a wrong one
+        case ITEM_READ_OK: break;
+    }
+    std::string why;
+    if (check_option(item, value, &why) != 0) return option_failed(why.c_str());
+    out = value;
+    return 0;
+}
+}  // namespace
+
+int tvn_omitf_nfs_create_auth::ommsg_deal(void* req, void** rsp) {
+    m_timer.start(kName, get_opcode());
+    int rc = deal(req, rsp);
+    m_timer.end(kName, rc);
+    return rc;
+}
+
+int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
+    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+
+    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_AUTH_OPTION);
+    if (rc != 0) return rc;
+
+    if (read_text(req, ITEM_NAME, m_access_name) != ITEM_READ_OK) return option_failed("No have accessName.");
+
+    auto api = new_store_api();
+    if (!api) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
+        return NFS_ERR_NOMEM;
+    }
+
+    std::string text;
+    item_read got = read_text(req, ITEM_PARENT_ID, text);
+    if (got != ITEM_READ_ABSENT) {
+        if (got != ITEM_READ_OK || !parse_object_id(text, m_share_id)) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_ID, "Share_id(%s) is null or invalid.", text.c_str());
+            return NFS_ERR_SHARE_ID;
+        }
+    } else if (read_text(req, ITEM_PATH, text) == ITEM_READ_OK) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "OMAgent share_id is not input,try get shareid by sharename.");
+        rc = share_id_by_name(*api, m_tenant, text, m_share_id);
+        if (rc != 0) return rc;
+    } else {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_NAME, "OMAgent shareid and sharename are not input.");
+        return NFS_ERR_SHARE_NAME;
+    }
+
+    rc = read_squash(req, ITEM_ALL_SQUASH, "No have allSquashflag.", m_opts.all_squash);
+    if (rc != 0) return rc;
+    rc = read_squash(req, ITEM_ROOT_SQUASH, "No have rootSquashflag.", m_opts.root_squash);
+    if (rc != 0) return rc;
+    // The other options count only when given as a number; otherwise the
+    // option keeps its default.
+    for (uint32_t item : kCreateOptionalItems) {
+        uint32_t value = 0;
+        if (read_number(req, item, value) != ITEM_READ_OK) continue;
+        std::string why;
+        rc = check_option(item, value, &why);
+        if (rc != 0) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "%s", why.c_str());
+            return rc;
+        }
+        *option_slot(m_opts, item) = value;
+    }
+
+    tvn_nfs_create_auth_req create;
+    create.set_share_id(m_share_id);
+    create.set_tenant_id(m_tenant);
+    create.set_hostname(m_access_name);
+    create.set_options(build_create_options(m_opts));
+
+    rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
+    if (rc != 0) return rc;
+    if (m_access_name.empty() || m_access_name.size() > kMaxAccessName) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ACCESS_NAME, "Create auth access name is zero.");
+        return NFS_ERR_ACCESS_NAME;
+    }
+    if (access_name_is_host(m_access_name) && host_resolves(m_tenant, m_access_name) != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_CLIENT_LOOKUP, "Create auth:client_lookup fail.");
+        return NFS_ERR_CLIENT_LOOKUP;
+    }
+
+    tvn_nfs_create_auth_rsp reply;
+    rc = api->create_auth(create, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent create_auth rpc call is failed.");
+        return rc;
+    }
+    if (reply.status().result() != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.status().result(), "OMAgent create_auth is failed, rc =%d.",
+                reply.status().result());
+        return reply.status().result();
+    }
+    set_auth_id(reply.auth_id());
+
+    void* ack = MSGOBJ_Create(NFS_MSG_RECORDS, NFS_AUTH_ACK_ITEMS);
+    if (ack == nullptr) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "tvn_MSGOBJ_Create failed");
+        return NFS_ERR_NOMEM;
+    }
+    rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
+    if (rc == 0) rc = notify_change();
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
+}
+
+std::string tvn_omitf_nfs_create_auth::AuditGetPermissionType() const {
+    switch (m_opts.access.value_or(0)) {
+        case 1: return "rw";
+        case 5: return "na";
+        default: return "ro";
+    }
+}
+
+void* tvn_omitf_nfs_create_auth::create_async_notify_msg() {
+    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_CREATE);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, 0,
+                    {
+                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_AUTH_OBJ_TYPE)},
+                        {ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)},
+                    }) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
+    return msg;
+}
+
+void tvn_omitf_nfs_create_auth::oplog_send(int result, unsigned int number) {
+    std::string params = oplog_cut(m_access_name) + "," + std::to_string(m_share_id) + "," + AuditGetPermissionType();
+    if (result != 0) params = oplog_with_result(std::move(params), result);
+    tvn_send_operation(number, result == 0 ? OPLOG_CREATE_AUTH_OK : OPLOG_CREATE_AUTH_FAIL, m_tenant, params);
+}

@@ -1,0 +1,216 @@
+#include <limits>
+
+#include "platform_init.h"
+#include "talvane_store_nfs.pb.h"
+#include "tvn_cm_util.h"
+#include "tvn_msgobj.h"
+#include "tvn_omitf_nfs_lookup.h"
+#include "tvn_omitf_nfs_share.h"
+#include "tvn_store_nfs_api.h"
+
+using namespace tvn_nfs;
+
+namespace {
+constexpr const char* kName = "tvn_omitf_nfs_create_share";
+}
+
+int tvn_omitf_nfs_create_share::ommsg_deal(void* req, void** rsp) {
+    m_timer.start(kName, get_opcode());
+    int rc = deal(req, rsp);
+    m_timer.end(kName, rc);
+    return rc;
+}
+
+int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
+    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+
+    tvn_nfs_add_share_req add;
+    add.set_tenant_id(0);
+    add.set_alias("");
+    add.set_fsid(std::numeric_limits<uint64_t>::max());
+    add.set_charset_id(0);
+    add.set_lock_strategy(0);
+    add.set_comment("");
+    add.set_audit_item(0);
+    add.set_snapshot_switch(0);
+    add.set_dtreeid(0);
+    add.set_fhbytealignmentsupport(0);
+
+    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Set tenant ID failed.");
+        return rc;
+    }
+    add.set_tenant_id(m_tenant);
+    rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
+    if (rc != 0) return rc;
+
+    // The file system: its identifier, or else its name.
+    std::string text;
+    item_read got = read_text(req, ITEM_FSID, text);
+    if (got != ITEM_READ_ABSENT) {
+        uint64_t fsid = 0;
+        if (got != ITEM_READ_OK || !parse_fsid(text, fsid)) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "Fsid(%s) is null or invalid.", text.c_str());
+            return NFS_ERR_FSID;
+        }
+        add.set_fsid(fsid);
+    } else {
+        if (read_text(req, ITEM_FSNAME, text) != ITEM_READ_OK) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "No share path in the parameters.");
+            return NFS_ERR_FSID;
+        }
+        uint64_t fsid = 0;
+        rc = fsid_by_name(m_tenant, text, fsid);
+        if (rc != 0) {
+            rc = NfsConvertErrorCode(rc);
+            if (rc == NFS_HYPER_PAIR_NOT_READY)
+                TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Hyper pair is not ready.");
+            else if (rc == NFS_HYPER_PAIR_NOT_EXIST)
+                TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Hyper pair is not exist.");
+            else if (rc == NFS_FS_REMOTE_COPY_ALTERNATE)
+                TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "FS remotely copied data alternately.");
+            return rc;
+        }
+        add.set_fsid(fsid);
+    }
+
+    got = read_text(req, ITEM_DTREE, text);
+    if (got != ITEM_READ_ABSENT) {
+        uint32_t dtree = 0;
+        if (got != ITEM_READ_OK || !parse_dec_u32(text, dtree)) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "DtreeId(%s) is null or invalid.", text.c_str());
+            return NFS_ERR_FSID;
+        }
+        add.set_dtreeid(dtree);
+    }
+
+    got = read_text(req, ITEM_PATH, text);
+    if (got == ITEM_READ_ABSENT) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NO_SHARE_PATH, "No share path in the parameters.");
+        return NFS_ERR_NO_SHARE_PATH;
+    }
+    if (got != ITEM_READ_OK) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_GET_SHARE_PATH, "Get share_path is failed.");
+        return NFS_ERR_GET_SHARE_PATH;
+    }
+    // A share is known by its path: the path is its name too.
+    add.set_path(text);
+    add.set_alias(text);
+    m_log.path = text;
+    m_log.alias = text;
+
+    got = read_text(req, ITEM_DESCRIPTION, text);
+    if (got == ITEM_READ_FAILED) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get description is failed.");
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) {
+        add.set_comment(text);
+        m_log.description_given = true;
+    }
+
+    uint32_t value = 0;
+    got = read_decimal(req, ITEM_CHARSET, value);
+    if (got == ITEM_READ_FAILED) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get charset is failed.");
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) {
+        add.set_charset_id(value);
+        m_log.charset_id = value;
+    }
+
+    got = read_switch(req, ITEM_FH_ALIGN, value);
+    if (got == ITEM_READ_FAILED) {
+        uint32_t shown = 0;
+        read_number(req, ITEM_FH_ALIGN, shown);
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get fhSwitch invalied, val:(%u).", shown);
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) {
+        add.set_fhbytealignmentsupport(value);
+        m_fh_alignment = value;
+    }
+
+    got = read_switch(req, ITEM_SNAPSHOT, value);
+    if (got == ITEM_READ_FAILED) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get snapshot switch invalied.");
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) {
+        add.set_snapshot_switch(value);
+        m_log.snapshot_switch = value;
+    }
+
+    got = read_switch(req, ITEM_FREEZE, value);
+    if (got == ITEM_READ_FAILED) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get freeze switch invalied.");
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) {
+        add.set_freeze(value);
+        m_freeze = value;
+    }
+
+    if (m_tenant == 0 && !TvnCmFmIsSupport("audit_log"))
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
+
+    auto api = new_store_api();
+    if (!api) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
+        return NFS_ERR_NOMEM;
+    }
+    tvn_nfs_add_share_rsp reply;
+    rc = api->add_share(add, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent add_share rpc call is failed.");
+        return rc;
+    }
+    if (reply.status().result() != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.status().result(), "OMAgent add_share is failed, rc =%d.",
+                reply.status().result());
+        return reply.status().result();
+    }
+
+    uint64_t fsid = reply.has_fsid() ? reply.fsid() : add.fsid();
+    uint64_t dtree = reply.has_dtreeid() ? reply.dtreeid() : add.dtreeid();
+    void* ack = new_message(NFS_MSG_ITEMS);
+    if (ack == nullptr) return NFS_ERR_NOMEM;
+    rc = write_items(ack, 0,
+                     {
+                         {ITEM_PATH, TYPE_STRING, add.path()},
+                         {ITEM_ID, TYPE_STRING, std::to_string(reply.share_id())},
+                         {ITEM_DTREE, TYPE_STRING, dtree_at_fsid(dtree, fsid)},
+                         {ITEM_DESCRIPTION, TYPE_STRING, ""},
+                         {ITEM_FSID, TYPE_STRING, std::to_string(fsid)},
+                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                         {ITEM_TENANT, TYPE_UNSIGNED, "0"},
+                     });
+    if (rc == 0) rc = notify_change();
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
+}
+
+void* tvn_omitf_nfs_create_share::create_async_notify_msg() {
+    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_CREATE);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, 0, {{ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)}}) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
+    return msg;
+}
+
+void tvn_omitf_nfs_create_share::oplog_send(int result, unsigned int number) {
+    bool alias = TvnCmFmIsSupport("alias");
+    unsigned long long id = alias ? (result == 0 ? OPLOG_CREATE_SHARE_ALIAS_OK : OPLOG_CREATE_SHARE_ALIAS_FAIL)
+                                  : (result == 0 ? OPLOG_CREATE_SHARE_OK : OPLOG_CREATE_SHARE_FAIL);
+    std::string params = create_share_oplog_params(m_log, alias);
+    if (result != 0) params = oplog_with_result(std::move(params), result);
+    tvn_send_operation(number, id, m_tenant, params);
+}

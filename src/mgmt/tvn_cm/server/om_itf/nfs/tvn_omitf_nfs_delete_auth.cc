@@ -1,0 +1,106 @@
+#include "talvane_store_nfs.pb.h"
+#include "tvn_cm_util.h"
+#include "tvn_msgobj.h"
+#include "tvn_omitf_nfs_auth.h"
+#include "tvn_omitf_nfs_lookup.h"
+#include "tvn_store_nfs_api.h"
+
+using namespace tvn_nfs;
+
+namespace {
+constexpr const char* kName = "tvn_omitf_nfs_delete_auth";
+}
+
+int tvn_omitf_nfs_delete_auth::ommsg_deal(void* req, void** rsp) {
+    m_timer.start(kName, get_opcode());
+    int rc = deal(req, rsp);
+    m_timer.end(kName, rc);
+    return rc;
+}
+
+int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
+    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+
+    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_AUTH_OPTION);
+    if (rc != 0) return rc;
+    rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
+    if (rc != 0) return rc;
+
+    auto api = new_store_api();
+    if (!api) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
+        return NFS_ERR_NOMEM;
+    }
+
+    std::string text;
+    item_read got = read_text(req, ITEM_ID, text);
+    if (got != ITEM_READ_ABSENT) {
+        if (got != ITEM_READ_OK || !parse_object_id(text, m_auth_id)) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_ID, "Auth_id(%s) is null or invalid.", text.c_str());
+            return NFS_ERR_SHARE_ID;
+        }
+    } else {
+        // The permission by its client on a share named by name.
+        if (read_text(req, ITEM_NAME, m_access_name) != ITEM_READ_OK) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_ID, "OMAgent access_name is not input.");
+            return NFS_ERR_SHARE_ID;
+        }
+        if (read_text(req, ITEM_PATH, m_share_name) != ITEM_READ_OK) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_NAME, "OMAgent sharename is not input.");
+            return NFS_ERR_SHARE_NAME;
+        }
+        uint64_t share_id = 0;
+        rc = share_id_by_name(*api, m_tenant, m_share_name, share_id);
+        if (rc != 0) return rc;
+        rc = auth_id_by_access_name(*api, m_tenant, share_id, m_access_name, m_auth_id);
+        if (rc != 0) return rc;
+    }
+
+    tvn_nfs_delete_auth_req del;
+    tvn_nfs_common_rsp reply;
+    del.set_auth_id(m_auth_id);
+    del.set_tenant_id(m_tenant);
+    rc = api->delete_auth(del, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent delete_auth rpc call is failed.");
+        return rc;
+    }
+    if (reply.result() != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent delete_auth is failed, rc =%d.",
+                reply.result());
+        return reply.result();
+    }
+
+    void* ack = new_message(NFS_AUTH_ACK_ITEMS);
+    if (ack == nullptr) return NFS_ERR_NOMEM;
+    rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
+    if (rc == 0) rc = notify_change();
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
+}
+
+void* tvn_omitf_nfs_delete_auth::create_async_notify_msg() {
+    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_DELETE);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, 0,
+                    {
+                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_AUTH_OBJ_TYPE)},
+                        {ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)},
+                    }) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
+    return msg;
+}
+
+void tvn_omitf_nfs_delete_auth::oplog_send(int result, unsigned int number) {
+    std::string params = m_access_name.empty()
+                             ? std::to_string(m_auth_id)
+                             : oplog_cut(m_access_name) + "," + oplog_cut(m_share_name);
+    if (result != 0) params = oplog_with_result(std::move(params), result);
+    tvn_send_operation(number, result == 0 ? OPLOG_DELETE_AUTH_OK : OPLOG_DELETE_AUTH_FAIL, m_tenant, params);
+}

@@ -1,0 +1,100 @@
+#include "platform_init.h"
+#include "talvane_store_nfs.pb.h"
+#include "tvn_cm_util.h"
+#include "tvn_msgobj.h"
+#include "tvn_omitf_nfs_lookup.h"
+#include "tvn_omitf_nfs_share.h"
+#include "tvn_store_nfs_api.h"
+
+using namespace tvn_nfs;
+
+namespace {
+constexpr const char* kName = "tvn_omitf_nfs_delete_share";
+
+// Audit logs of a file system live in shares; removing a share never needs
+// their consent, the check only records that the feature is off.
+int32_t audit_log_fs_check_for_delete() {
+    if (!TvnCmFmIsSupport("audit_log")) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
+    return 0;
+}
+}  // namespace
+
+int tvn_omitf_nfs_delete_share::ommsg_deal(void* req, void** rsp) {
+    m_timer.start(kName, get_opcode());
+    int rc = deal(req, rsp);
+    m_timer.end(kName, rc);
+    return rc;
+}
+
+int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
+    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+
+    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
+    if (rc != 0) return rc;
+    rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
+    if (rc != 0) return rc;
+
+    rc = read_share_ref(req, m_share, 0);
+    if (rc != 0) return rc;
+
+    auto api = new_store_api();
+    if (!api) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
+        return NFS_ERR_NOMEM;
+    }
+    rc = resolve_share_ref(*api, m_tenant, m_share);
+    if (rc != 0) return rc;
+    rc = audit_log_fs_check_for_delete();
+    if (rc != 0) return rc;
+
+    tvn_nfs_del_share_req del;
+    tvn_nfs_common_rsp reply;
+    del.set_share_id(m_share.id);
+    del.set_tenant_id(m_tenant);
+    rc = api->del_share(del, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent del_share rpc call is failed.");
+        return rc;
+    }
+    if (reply.result() != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent del_share is failed, rc =%d.",
+                reply.result());
+        return reply.result();
+    }
+
+    void* ack = new_message(NFS_MSG_ITEMS);
+    if (ack == nullptr) return NFS_ERR_NOMEM;
+    rc = write_items(ack, 0,
+                     {
+                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                         {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
+                     });
+    if (rc == 0) rc = notify_change();
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
+}
+
+void* tvn_omitf_nfs_delete_share::create_async_notify_msg() {
+    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_DELETE);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, 0,
+                    {
+                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                        {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
+                    }) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
+    return msg;
+}
+
+void tvn_omitf_nfs_delete_share::oplog_send(int result, unsigned int number) {
+    // The share as the operator named it.
+    std::string params = m_share.by_name ? oplog_cut(m_share.name) : std::to_string(m_share.id);
+    if (result != 0) params = oplog_with_result(std::move(params), result);
+    tvn_send_operation(number, result == 0 ? OPLOG_DELETE_SHARE_OK : OPLOG_DELETE_SHARE_FAIL, m_tenant, params);
+}

@@ -1,0 +1,115 @@
+#include "tvn_omitf_nfs_items.h"
+
+#include "tvn_cm_util.h"
+#include "tvn_log.h"
+#include "tvn_msgobj.h"
+
+namespace tvn_nfs {
+
+namespace {
+
+constexpr uint32_t kRecord = 0;
+
+bool item_type(void* msg, uint32_t item, uint32_t& type) {
+    return MSGOBJ_GetItemType(msg, kRecord, item, &type) == 0;
+}
+
+}  // namespace
+
+item_read read_text(void* msg, uint32_t item, std::string& out) {
+    uint32_t type = 0;
+    if (!item_type(msg, item, type)) return ITEM_READ_ABSENT;
+    std::string text;
+    int32_t rc = tvn_cm_util::get_item_from_msg(msg, kRecord, item, text);
+    if (rc == static_cast<int32_t>(TVN_OM_ERR_NO_ITEM)) return ITEM_READ_ABSENT;
+    if (rc != 0) return ITEM_READ_FAILED;
+    out = std::move(text);
+    return ITEM_READ_OK;
+}
+
+item_read read_number(void* msg, uint32_t item, uint32_t& out) {
+    uint32_t type = 0;
+    if (!item_type(msg, item, type)) return ITEM_READ_ABSENT;
+    uint32_t value = 0;
+    if (type == TYPE_UNSIGNED) {
+        if (MSGOBJ_GetItemUnsigned(msg, kRecord, item, &value) != 0) return ITEM_READ_FAILED;
+    } else if (type == TYPE_ENUM) {
+        if (MSGOBJ_GetItemEnum(msg, kRecord, item, &value) != 0) return ITEM_READ_FAILED;
+    } else {
+        return ITEM_READ_FAILED;
+    }
+    out = value;
+    return ITEM_READ_OK;
+}
+
+item_read read_switch(void* msg, uint32_t item, uint32_t& out) {
+    uint32_t type = 0;
+    if (!item_type(msg, item, type)) return ITEM_READ_ABSENT;
+    if (type == TYPE_BOOL) {
+        bool flag = false;
+        if (MSGOBJ_GetItemBool(msg, kRecord, item, &flag) != 0) return ITEM_READ_FAILED;
+        out = flag ? 1 : 0;
+        return ITEM_READ_OK;
+    }
+    uint32_t value = 0;
+    item_read rc = read_number(msg, item, value);
+    if (rc != ITEM_READ_OK) return rc;
+    if (value > 1) return ITEM_READ_FAILED;
+    out = value;
+    return ITEM_READ_OK;
+}
+
+item_read read_decimal(void* msg, uint32_t item, uint32_t& out) {
+    std::string text;
+    item_read rc = read_text(msg, item, text);
+    if (rc != ITEM_READ_OK) return rc;
+    uint32_t value = 0;
+    if (!parse_dec_u32(text, value)) return ITEM_READ_FAILED;
+    out = value;
+    return ITEM_READ_OK;
+}
+
+int32_t read_tenant(void* msg, uint32_t& tenant, int32_t read_fail_code) {
+    std::string text;
+    switch (read_text(msg, ITEM_TENANT, text)) {
+        case ITEM_READ_ABSENT:
+            tenant = 0;
+            return 0;
+        case ITEM_READ_FAILED:
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, read_fail_code, "Get tenantid is failed.");
+            return read_fail_code;
+        case ITEM_READ_OK:
+            break;
+    }
+    uint32_t value = 0;
+    if (!parse_tenant_id(text, value)) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_PARAM_RANGE, "Tenant id str invalid.");
+        return NFS_ERR_PARAM_RANGE;
+    }
+    tenant = value;
+    return 0;
+}
+
+int32_t write_items(void* ack, uint32_t record, const std::vector<answer_item>& items) {
+    for (const auto& it : items) {
+        if (tvn_cm_util::add_item_to_msg(ack, record, it.value, it.id, it.type) != 0) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Add item(%u) to ack failed.", it.id);
+            return NFS_ERR_ITEM;
+        }
+    }
+    return 0;
+}
+
+void* new_message(uint32_t items, uint64_t opcode) {
+    void* msg = MSGOBJ_Create(NFS_MSG_RECORDS, items);
+    if (msg == nullptr) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "tvn_MSGOBJ_Create failed");
+        return nullptr;
+    }
+    if (opcode != 0) MSGOBJ_SetOpcode(msg, kRecord, opcode);
+    return msg;
+}
+
+int32_t tvn_cm_check_tenant_exist(uint32_t /*tenant*/) { return 0; }
+
+}  // namespace tvn_nfs

@@ -1,0 +1,46 @@
+#pragma once
+// Reading the request items and writing the answer items of the NFS
+// commands. Every read tells "not given" apart from "given but unreadable",
+// because the commands answer the two differently.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tvn_omitf_nfs_util.h"
+
+namespace tvn_nfs {
+
+enum item_read : int32_t {
+    ITEM_READ_OK = 0,
+    ITEM_READ_ABSENT = 1,  // the message has no such item
+    ITEM_READ_FAILED = 2,  // present, but not readable as asked
+};
+
+// Any item as text (numbers in decimal, booleans "true"/"false").
+item_read read_text(void* msg, uint32_t item, std::string& out);
+// An item that is present as a number (unsigned or enumeration). An item of
+// another type reads as ITEM_READ_FAILED.
+item_read read_number(void* msg, uint32_t item, uint32_t& out);
+// A switch: a number that must be 0 or 1, or a boolean.
+item_read read_switch(void* msg, uint32_t item, uint32_t& out);
+// A number given as a number or as its decimal text (enumerations).
+item_read read_decimal(void* msg, uint32_t item, uint32_t& out);
+
+// The tenant of item 4090: absent is tenant 0; a read failure returns
+// read_fail_code, a text that is not a tenant id NFS_ERR_PARAM_RANGE. The
+// failures are logged under the caller's text.
+int32_t read_tenant(void* msg, uint32_t& tenant, int32_t read_fail_code);
+
+// Writes items into one record of an answer. 0, or NFS_ERR_ITEM.
+int32_t write_items(void* ack, uint32_t record, const std::vector<answer_item>& items);
+
+// A new message object with one record of the given operation code, or
+// nullptr (logged "tvn_MSGOBJ_Create failed").
+void* new_message(uint32_t items, uint64_t opcode = 0);
+
+// The service's check that a tenant exists. Tenants are created and deleted
+// by the platform, which already refuses commands for unknown ones; this is
+// the hook for a stricter check and accepts every id.
+int32_t tvn_cm_check_tenant_exist(uint32_t tenant);
+
+}  // namespace tvn_nfs

@@ -1,0 +1,105 @@
+#include "talvane_store_nfs.pb.h"
+#include "tvn_cm_util.h"
+#include "tvn_msgobj.h"
+#include "tvn_omitf_nfs_auth.h"
+#include "tvn_omitf_nfs_lookup.h"
+#include "tvn_store_nfs_api.h"
+
+using namespace tvn_nfs;
+
+namespace {
+constexpr const char* kName = "tvn_omitf_nfs_modify_auth";
+}
+
+int tvn_omitf_nfs_modify_auth::ommsg_deal(void* req, void** rsp) {
+    m_timer.start(kName, get_opcode());
+    int rc = deal(req, rsp);
+    m_timer.end(kName, rc);
+    return rc;
+}
+
+int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
+    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+
+    std::string text;
+    if (read_text(req, ITEM_ID, text) != ITEM_READ_OK || !parse_object_id(text, m_auth_id)) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_ID, "Auth_id(%s) is null or invalid.", text.c_str());
+        return NFS_ERR_SHARE_ID;
+    }
+    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_AUTH_OPTION);
+    if (rc != 0) return rc;
+    rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
+    if (rc != 0) return rc;
+
+    auth_options opts;
+    for (uint32_t item : kModifyItems) {
+        uint32_t value = 0;
+        item_read got = read_number(req, item, value);
+        if (got == ITEM_READ_ABSENT) continue;
+        std::string why = "OM option item " + std::to_string(item) + " is not a number.";
+        rc = got == ITEM_READ_OK ? check_option(item, value, &why) : NFS_ERR_AUTH_OPTION;
+        if (rc != 0) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "%s", why.c_str());
+            return rc;
+        }
+        *option_slot(opts, item) = value;
+    }
+    rc = build_modify_options(opts, m_options);
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Get options fail.");
+        return rc;
+    }
+
+    auto api = new_store_api();
+    if (!api) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
+        return NFS_ERR_NOMEM;
+    }
+    tvn_nfs_modify_auth_req mod;
+    tvn_nfs_common_rsp reply;
+    mod.set_auth_id(m_auth_id);
+    mod.set_options(m_options);
+    mod.set_opts_flag(NFS_MODIFY_OPTS_FLAG);
+    mod.set_tenant_id(m_tenant);
+    rc = api->modify_auth(mod, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent modify_auth rpc call is failed.");
+        return rc;
+    }
+    if (reply.result() != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent modify_auth is failed, rc =%d.",
+                reply.result());
+        return reply.result();
+    }
+
+    void* ack = new_message(NFS_AUTH_ACK_ITEMS);
+    if (ack == nullptr) return NFS_ERR_NOMEM;
+    rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
+    if (rc == 0) rc = notify_change();
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
+}
+
+void* tvn_omitf_nfs_modify_auth::create_async_notify_msg() {
+    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_MODIFY);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, 0,
+                    {
+                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_AUTH_OBJ_TYPE)},
+                        {ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)},
+                    }) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
+    return msg;
+}
+
+void tvn_omitf_nfs_modify_auth::oplog_send(int result, unsigned int number) {
+    std::string params = std::to_string(m_auth_id) + "," + oplog_cut(m_options);
+    if (result != 0) params = oplog_with_result(std::move(params), result);
+    tvn_send_operation(number, result == 0 ? OPLOG_MODIFY_AUTH_OK : OPLOG_MODIFY_AUTH_FAIL, m_tenant, params);
+}

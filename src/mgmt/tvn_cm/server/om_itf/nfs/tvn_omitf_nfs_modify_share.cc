@@ -1,0 +1,151 @@
+#include "platform_init.h"
+#include "talvane_store_nfs.pb.h"
+#include "tvn_cm_util.h"
+#include "tvn_msgobj.h"
+#include "tvn_omitf_nfs_lookup.h"
+#include "tvn_omitf_nfs_share.h"
+#include "tvn_store_nfs_api.h"
+
+using namespace tvn_nfs;
+
+namespace {
+constexpr const char* kName = "tvn_omitf_nfs_modify_share";
+
+// Whether the share may change its audit settings: always, the check only
+// records that the feature is off.
+int32_t audit_log_fs_check_for_modify() {
+    if (!TvnCmFmIsSupport("audit_log")) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
+    return 0;
+}
+
+int32_t item_failed(uint32_t item) {
+    TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get param(%u) of modify share failed.", item);
+    return NFS_ERR_ITEM;
+}
+}  // namespace
+
+int tvn_omitf_nfs_modify_share::ommsg_deal(void* req, void** rsp) {
+    m_timer.start(kName, get_opcode());
+    int rc = deal(req, rsp);
+    m_timer.end(kName, rc);
+    return rc;
+}
+
+int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
+    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+
+    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
+    if (rc != 0) return rc;
+    rc = read_share_ref(req, m_share, NFS_ERR_INVALID);
+    if (rc != 0) return rc;
+    rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
+    if (rc != 0) return rc;
+
+    tvn_nfs_mod_share_req mod;
+    mod.set_tenant_id(m_tenant);
+
+    std::string text;
+    item_read got = read_text(req, ITEM_DESCRIPTION, text);
+    if (got == ITEM_READ_FAILED) return item_failed(ITEM_DESCRIPTION);
+    if (got == ITEM_READ_OK) mod.set_comment(text);
+
+    uint32_t value = 0;
+    got = read_decimal(req, ITEM_CHARSET, value);
+    if (got == ITEM_READ_FAILED) return item_failed(ITEM_CHARSET);
+    if (got == ITEM_READ_OK) mod.set_charset_id(value);
+
+    got = read_decimal(req, ITEM_LOCK, value);
+    if (got == ITEM_READ_FAILED) return item_failed(ITEM_LOCK);
+    if (got == ITEM_READ_OK) mod.set_lock_strategy(static_cast<int32_t>(value));
+
+    got = read_switch(req, ITEM_SNAPSHOT, value);
+    if (got == ITEM_READ_FAILED) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get snapshot switch invalied.");
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) mod.set_snapshot_switch(value);
+
+    got = read_text(req, ITEM_AUDIT, text);
+    if (got == ITEM_READ_FAILED) return item_failed(ITEM_AUDIT);
+    if (got == ITEM_READ_OK) {
+        uint32_t mask = 0;
+        rc = parse_audit_items(text, mask);
+        if (rc == NFS_ERR_INVALID) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent audit_items is null.");
+            return rc;
+        }
+        if (rc != 0) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Audit items(%s) is invalid.", text.c_str());
+            return rc;
+        }
+        mod.set_audit_item(mask);
+    }
+
+    got = read_switch(req, ITEM_FREEZE, value);
+    if (got == ITEM_READ_FAILED) return item_failed(ITEM_FREEZE);
+    if (got == ITEM_READ_OK) mod.set_freeze(value);
+
+    got = read_switch(req, ITEM_FH_ALIGN, value);
+    if (got == ITEM_READ_FAILED) {
+        uint32_t shown = 0;
+        read_number(req, ITEM_FH_ALIGN, shown);
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get fhSwitch invalied, val:(%u).", shown);
+        return NFS_ERR_ITEM;
+    }
+    if (got == ITEM_READ_OK) mod.set_fhbytealignmentsupport(value);
+
+    auto api = new_store_api();
+    if (!api) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
+        return NFS_ERR_NOMEM;
+    }
+    rc = resolve_share_ref(*api, m_tenant, m_share);
+    if (rc != 0) return rc;
+    mod.set_share_id(m_share.id);
+
+    rc = audit_log_fs_check_for_modify();
+    if (rc != 0) return rc;
+
+    tvn_nfs_common_rsp reply;
+    rc = api->mod_share(mod, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
+    if (rc != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent mod_share rpc call is failed.");
+        return rc;
+    }
+    if (reply.result() != 0) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent mod_share is failed, rc =%d.",
+                reply.result());
+        return reply.result();
+    }
+
+    void* ack = new_message(NFS_MSG_ITEMS);
+    if (ack == nullptr) return NFS_ERR_NOMEM;
+    rc = write_items(ack, 0,
+                     {
+                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                         {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
+                     });
+    if (rc == 0) rc = notify_change();
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
+}
+
+void* tvn_omitf_nfs_modify_share::create_async_notify_msg() {
+    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_MODIFY);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, 0, {{ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)}}) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
+    return msg;
+}
+
+void tvn_omitf_nfs_modify_share::oplog_send(int result, unsigned int number) {
+    std::string params = m_share.by_name ? oplog_cut(m_share.name) : std::to_string(m_share.id);
+    if (result != 0) params = oplog_with_result(std::move(params), result);
+    tvn_send_operation(number, result == 0 ? OPLOG_MODIFY_SHARE_OK : OPLOG_MODIFY_SHARE_FAIL, m_tenant, params);
+}
