@@ -10,7 +10,6 @@
 class tvn_omitf_nfs_create_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_create_auth> {
 public:
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    void* create_async_notify_msg() override;
     int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
@@ -33,7 +32,6 @@ private:
 class tvn_omitf_nfs_delete_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_delete_auth> {
 public:
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    void* create_async_notify_msg() override;
     int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
@@ -49,7 +47,6 @@ private:
 class tvn_omitf_nfs_modify_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_modify_auth> {
 public:
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    void* create_async_notify_msg() override;
     int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 

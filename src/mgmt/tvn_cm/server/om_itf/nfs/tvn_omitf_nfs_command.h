@@ -9,6 +9,7 @@
 
 #include "tvn_cm_ombase.h"
 #include "tvn_log.h"
+#include "tvn_msgobj.h"
 #include "tvn_omitf_nfs_items.h"
 #include "tvn_omitf_nfs_util.h"
 
@@ -45,23 +46,41 @@ template <class Derived>
 class tvn_omitf_nfs_command : public tvn_cm_omcommand<Derived> {
 public:
     using tvn_cm_omcommand<Derived>::tvn_cm_omcommand;
+    ~tvn_omitf_nfs_command() override {
+        if (m_notify != nullptr) MSGOBJ_Destroy(m_notify);
+    }
 
-    // Reading commands change nothing: no notification, no operation log.
-    void* create_async_notify_msg() override { return nullptr; }
+    // The notification prepared by the command (nullptr for reading
+    // commands and for a command that changed nothing); the caller owns it.
+    void* create_async_notify_msg() override {
+        void* msg = m_notify;
+        m_notify = nullptr;
+        return msg;
+    }
+    // Reading commands change nothing and write no operation log.
     void oplog_send(int, unsigned int) override {}
 
 protected:
-    // Publishes the command's change notification. -6 when the message
-    // cannot be made; a notification the agent fails to publish is logged
-    // and does not undo the change.
-    int32_t notify_change() {
+    // A changing command makes its notification before it changes anything,
+    // so that a notification it could not make leaves nothing half-done.
+    int32_t prepare_notify(uint64_t opcode, uint32_t obj_type) {
+        m_notify = tvn_nfs::new_notify_message(opcode, obj_type);
+        return m_notify != nullptr ? 0 : tvn_nfs::NFS_ERR_NOMEM;
+    }
+    // Publishes the prepared notification, naming the changed object when
+    // id is given. A notification the agent fails to publish is logged and
+    // does not undo the change.
+    void notify_change(const std::string& id = "") {
+        if (m_notify != nullptr && !id.empty())
+            tvn_nfs::write_items(m_notify, 0, {{tvn_nfs::ITEM_ID, tvn_nfs::TYPE_STRING, id}});
         int rc = this->send_async_notify();
-        if (rc == tvn_nfs::NFS_ERR_NOMEM) return rc;
         if (rc != 0)
             TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Send async notify msg failed, opcode: %llu.",
                     this->get_opcode());
-        return 0;
     }
 
     tvn_nfs::command_timer m_timer;
+
+private:
+    void* m_notify = nullptr;
 };

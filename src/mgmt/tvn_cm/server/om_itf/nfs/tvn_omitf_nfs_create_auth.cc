@@ -104,6 +104,8 @@ int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
     }
 
     tvn_nfs_create_auth_rsp reply;
+    rc = prepare_notify(NFS_NOTIFY_CREATE, NFS_AUTH_OBJ_TYPE);
+    if (rc != 0) return rc;
     rc = api->create_auth(create, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent create_auth rpc call is failed.");
@@ -115,6 +117,7 @@ int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
         return reply.status().result();
     }
     set_auth_id(reply.auth_id());
+    notify_change(std::to_string(m_auth_id));
 
     void* ack = MSGOBJ_Create(NFS_MSG_RECORDS, NFS_AUTH_ACK_ITEMS);
     if (ack == nullptr) {
@@ -122,7 +125,6 @@ int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
         return NFS_ERR_NOMEM;
     }
     rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
-    if (rc == 0) rc = notify_change();
     if (rc != 0) {
         MSGOBJ_Destroy(ack);
         return rc;
@@ -137,20 +139,6 @@ std::string tvn_omitf_nfs_create_auth::AuditGetPermissionType() const {
         case 5: return "na";
         default: return "ro";
     }
-}
-
-void* tvn_omitf_nfs_create_auth::create_async_notify_msg() {
-    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_CREATE);
-    if (msg == nullptr) return nullptr;
-    if (write_items(msg, 0,
-                    {
-                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_AUTH_OBJ_TYPE)},
-                        {ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)},
-                    }) != 0) {
-        MSGOBJ_Destroy(msg);
-        return nullptr;
-    }
-    return msg;
 }
 
 void tvn_omitf_nfs_create_auth::oplog_send(int result, unsigned int number) {

@@ -162,6 +162,8 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
         return NFS_ERR_NOMEM;
     }
     tvn_nfs_add_share_rsp reply;
+    rc = prepare_notify(NFS_NOTIFY_CREATE, NFS_SHARE_OBJ_TYPE);
+    if (rc != 0) return rc;
     rc = api->add_share(add, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent add_share rpc call is failed.");
@@ -172,6 +174,7 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
                 reply.status().result());
         return reply.status().result();
     }
+    notify_change();
 
     uint64_t fsid = reply.has_fsid() ? reply.fsid() : add.fsid();
     uint64_t dtree = reply.has_dtreeid() ? reply.dtreeid() : add.dtreeid();
@@ -187,23 +190,12 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
                          {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
                          {ITEM_TENANT, TYPE_UNSIGNED, "0"},
                      });
-    if (rc == 0) rc = notify_change();
     if (rc != 0) {
         MSGOBJ_Destroy(ack);
         return rc;
     }
     *rsp = ack;
     return 0;
-}
-
-void* tvn_omitf_nfs_create_share::create_async_notify_msg() {
-    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_CREATE);
-    if (msg == nullptr) return nullptr;
-    if (write_items(msg, 0, {{ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)}}) != 0) {
-        MSGOBJ_Destroy(msg);
-        return nullptr;
-    }
-    return msg;
 }
 
 void tvn_omitf_nfs_create_share::oplog_send(int result, unsigned int number) {

@@ -60,6 +60,8 @@ int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
     tvn_nfs_common_rsp reply;
     del.set_auth_id(m_auth_id);
     del.set_tenant_id(m_tenant);
+    rc = prepare_notify(NFS_NOTIFY_DELETE, NFS_AUTH_OBJ_TYPE);
+    if (rc != 0) return rc;
     rc = api->delete_auth(del, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent delete_auth rpc call is failed.");
@@ -70,31 +72,17 @@ int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
                 reply.result());
         return reply.result();
     }
+    notify_change(std::to_string(m_auth_id));
 
     void* ack = new_message(NFS_AUTH_ACK_ITEMS);
     if (ack == nullptr) return NFS_ERR_NOMEM;
     rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
-    if (rc == 0) rc = notify_change();
     if (rc != 0) {
         MSGOBJ_Destroy(ack);
         return rc;
     }
     *rsp = ack;
     return 0;
-}
-
-void* tvn_omitf_nfs_delete_auth::create_async_notify_msg() {
-    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_DELETE);
-    if (msg == nullptr) return nullptr;
-    if (write_items(msg, 0,
-                    {
-                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_AUTH_OBJ_TYPE)},
-                        {ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)},
-                    }) != 0) {
-        MSGOBJ_Destroy(msg);
-        return nullptr;
-    }
-    return msg;
 }
 
 void tvn_omitf_nfs_delete_auth::oplog_send(int result, unsigned int number) {

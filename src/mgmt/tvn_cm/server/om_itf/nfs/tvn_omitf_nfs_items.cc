@@ -1,6 +1,7 @@
 #include "tvn_omitf_nfs_items.h"
 
 #include "tvn_cm_util.h"
+#include "tvn_fault.h"
 #include "tvn_log.h"
 #include "tvn_msgobj.h"
 
@@ -19,6 +20,7 @@ bool item_type(void* msg, uint32_t item, uint32_t& type) {
 item_read read_text(void* msg, uint32_t item, std::string& out) {
     uint32_t type = 0;
     if (!item_type(msg, item, type)) return ITEM_READ_ABSENT;
+    if (type != TYPE_STRING && type != TYPE_STRING8) return ITEM_READ_FAILED;
     std::string text;
     int32_t rc = tvn_cm_util::get_item_from_msg(msg, kRecord, item, text);
     if (rc == static_cast<int32_t>(TVN_OM_ERR_NO_ITEM)) return ITEM_READ_ABSENT;
@@ -60,6 +62,9 @@ item_read read_switch(void* msg, uint32_t item, uint32_t& out) {
 }
 
 item_read read_decimal(void* msg, uint32_t item, uint32_t& out) {
+    uint32_t type = 0;
+    if (!item_type(msg, item, type)) return ITEM_READ_ABSENT;
+    if (type != TYPE_STRING && type != TYPE_STRING8) return read_number(msg, item, out);
     std::string text;
     item_read rc = read_text(msg, item, text);
     if (rc != ITEM_READ_OK) return rc;
@@ -107,6 +112,20 @@ void* new_message(uint32_t items, uint64_t opcode) {
         return nullptr;
     }
     if (opcode != 0) MSGOBJ_SetOpcode(msg, kRecord, opcode);
+    return msg;
+}
+
+void* new_notify_message(uint64_t opcode, uint32_t obj_type) {
+    if (tvn::fail_at("tvn_MSGOBJ_Create")) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "tvn_MSGOBJ_Create failed");
+        return nullptr;
+    }
+    void* msg = new_message(NFS_MSG_ITEMS, opcode);
+    if (msg == nullptr) return nullptr;
+    if (write_items(msg, kRecord, {{ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(obj_type)}}) != 0) {
+        MSGOBJ_Destroy(msg);
+        return nullptr;
+    }
     return msg;
 }
 

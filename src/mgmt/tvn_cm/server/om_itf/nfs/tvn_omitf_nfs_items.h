@@ -16,14 +16,16 @@ enum item_read : int32_t {
     ITEM_READ_FAILED = 2,  // present, but not readable as asked
 };
 
-// Any item as text (numbers in decimal, booleans "true"/"false").
+// A string item. An item of another type reads as ITEM_READ_FAILED: the
+// request does not say what the text was meant to be.
 item_read read_text(void* msg, uint32_t item, std::string& out);
 // An item that is present as a number (unsigned or enumeration). An item of
 // another type reads as ITEM_READ_FAILED.
 item_read read_number(void* msg, uint32_t item, uint32_t& out);
 // A switch: a number that must be 0 or 1, or a boolean.
 item_read read_switch(void* msg, uint32_t item, uint32_t& out);
-// A number given as a number or as its decimal text (enumerations).
+// A number given as a number (enumeration or unsigned) or as its decimal
+// text.
 item_read read_decimal(void* msg, uint32_t item, uint32_t& out);
 
 // The tenant of item 4090: absent is tenant 0; a read failure returns
@@ -37,6 +39,12 @@ int32_t write_items(void* ack, uint32_t record, const std::vector<answer_item>& 
 // A new message object with one record of the given operation code, or
 // nullptr (logged "tvn_MSGOBJ_Create failed").
 void* new_message(uint32_t items, uint64_t opcode = 0);
+
+// A change notification: a message object with one record of the given
+// operation code and item 0 the object type. nullptr when it cannot be
+// made ($TVN_FAIL_AT naming "tvn_MSGOBJ_Create" makes it fail, to exercise
+// that road).
+void* new_notify_message(uint64_t opcode, uint32_t obj_type);
 
 // The service's check that a tenant exists. Tenants are created and deleted
 // by the platform, which already refuses commands for unknown ones; this is

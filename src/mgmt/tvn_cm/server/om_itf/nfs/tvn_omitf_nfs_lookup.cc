@@ -7,6 +7,7 @@
 #include "talvane_lookup.pb.h"
 #include "talvane_store_nfs.pb.h"
 #include "tvn_auth_api.h"
+#include "tvn_fault.h"
 #include "tvn_kagent_api.h"
 #include "tvn_log.h"
 #include "tvn_omitf_nfs_util.h"
@@ -29,6 +30,8 @@ unsigned rpc_timeout_ms(unsigned normal_ms) {
 }
 
 std::unique_ptr<tvn_store_nfs_api> new_store_api() {
+    // Lets tests take the road of a failed allocation.
+    if (tvn::fail_at("tvn_store_nfs_api")) return nullptr;
     return std::unique_ptr<tvn_store_nfs_api>(new (std::nothrow) tvn_store_nfs_api(kHost, false));
 }
 

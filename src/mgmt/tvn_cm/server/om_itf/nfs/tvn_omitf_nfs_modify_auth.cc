@@ -61,6 +61,8 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
     mod.set_options(m_options);
     mod.set_opts_flag(NFS_MODIFY_OPTS_FLAG);
     mod.set_tenant_id(m_tenant);
+    rc = prepare_notify(NFS_NOTIFY_MODIFY, NFS_AUTH_OBJ_TYPE);
+    if (rc != 0) return rc;
     rc = api->modify_auth(mod, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent modify_auth rpc call is failed.");
@@ -71,31 +73,17 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
                 reply.result());
         return reply.result();
     }
+    notify_change(std::to_string(m_auth_id));
 
     void* ack = new_message(NFS_AUTH_ACK_ITEMS);
     if (ack == nullptr) return NFS_ERR_NOMEM;
     rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
-    if (rc == 0) rc = notify_change();
     if (rc != 0) {
         MSGOBJ_Destroy(ack);
         return rc;
     }
     *rsp = ack;
     return 0;
-}
-
-void* tvn_omitf_nfs_modify_auth::create_async_notify_msg() {
-    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_MODIFY);
-    if (msg == nullptr) return nullptr;
-    if (write_items(msg, 0,
-                    {
-                        {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_AUTH_OBJ_TYPE)},
-                        {ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)},
-                    }) != 0) {
-        MSGOBJ_Destroy(msg);
-        return nullptr;
-    }
-    return msg;
 }
 
 void tvn_omitf_nfs_modify_auth::oplog_send(int result, unsigned int number) {

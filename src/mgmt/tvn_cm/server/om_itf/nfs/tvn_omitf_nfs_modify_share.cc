@@ -107,6 +107,8 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
     if (rc != 0) return rc;
 
     tvn_nfs_common_rsp reply;
+    rc = prepare_notify(NFS_NOTIFY_MODIFY, NFS_SHARE_OBJ_TYPE);
+    if (rc != 0) return rc;
     rc = api->mod_share(mod, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent mod_share rpc call is failed.");
@@ -117,6 +119,7 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
                 reply.result());
         return reply.result();
     }
+    notify_change();
 
     void* ack = new_message(NFS_MSG_ITEMS);
     if (ack == nullptr) return NFS_ERR_NOMEM;
@@ -125,23 +128,12 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
                          {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
                          {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
                      });
-    if (rc == 0) rc = notify_change();
     if (rc != 0) {
         MSGOBJ_Destroy(ack);
         return rc;
     }
     *rsp = ack;
     return 0;
-}
-
-void* tvn_omitf_nfs_modify_share::create_async_notify_msg() {
-    void* msg = new_message(NFS_MSG_ITEMS, NFS_NOTIFY_MODIFY);
-    if (msg == nullptr) return nullptr;
-    if (write_items(msg, 0, {{ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)}}) != 0) {
-        MSGOBJ_Destroy(msg);
-        return nullptr;
-    }
-    return msg;
 }
 
 void tvn_omitf_nfs_modify_share::oplog_send(int result, unsigned int number) {

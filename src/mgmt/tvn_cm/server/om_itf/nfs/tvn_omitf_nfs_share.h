@@ -8,7 +8,6 @@
 class tvn_omitf_nfs_create_share : public tvn_omitf_nfs_command<tvn_omitf_nfs_create_share> {
 public:
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    void* create_async_notify_msg() override;
     int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
@@ -25,7 +24,6 @@ private:
 class tvn_omitf_nfs_delete_share : public tvn_omitf_nfs_command<tvn_omitf_nfs_delete_share> {
 public:
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    void* create_async_notify_msg() override;
     int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
@@ -39,7 +37,6 @@ private:
 class tvn_omitf_nfs_modify_share : public tvn_omitf_nfs_command<tvn_omitf_nfs_modify_share> {
 public:
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    void* create_async_notify_msg() override;
     int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
