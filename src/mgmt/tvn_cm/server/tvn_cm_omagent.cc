@@ -15,7 +15,7 @@
 #include "tvn_om_msg.h"
 #include "tvn_omm_agent.h"
 
-std::map<unsigned long long, tvn_cm_ombase*> tvn_cm_omagent::m_processors;
+std::map<unsigned long long, std::unique_ptr<tvn_cm_ombase>> tvn_cm_omagent::m_processors;
 
 namespace {
 
@@ -166,7 +166,7 @@ bool tvn_cm_omagent::Register_Processor(tvn_cm_ombase* processor) {
         TVN_LOG(kModule, TVN_LOG_ERROR, -1, "processor OpCode conflict. OpCode:%llu", opcode);
         return false;
     }
-    m_processors.emplace(opcode, processor);
+    m_processors.emplace(opcode, std::unique_ptr<tvn_cm_ombase>(processor));
     return true;
 }
 
@@ -188,7 +188,6 @@ size_t tvn_cm_omagent::processor_count() { return m_processors.size(); }
 void tvn_cm_omagent::clear_processors() {
     // No command may be reaching for a prototype while they go.
     stop_agent();
-    for (auto& [opcode, processor] : m_processors) delete processor;
     m_processors.clear();
 }
 

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <new>
 
 class tvn_cm_ombase;
@@ -34,7 +35,9 @@ public:
 private:
     static int32_t register_all_processors();
     static int32_t Proto_CM_RegCfg();
-    static std::map<unsigned long long, tvn_cm_ombase*> m_processors;
+    // Owns the prototypes, so a process that ends without clearing the
+    // table does not leave them behind.
+    static std::map<unsigned long long, std::unique_ptr<tvn_cm_ombase>> m_processors;
 };
 
 // One instantiation per command class. A failed allocation registers
