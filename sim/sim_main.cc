@@ -147,6 +147,23 @@ int free_port() {
     return port;
 }
 
+// Whether a listener could bind the port now (as the RPC server binds it:
+// with address reuse, so only a live listener makes it busy). Checked first
+// because a busy port would otherwise be answered by whoever holds it.
+bool port_free(int port) {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0) return false;
+    int one = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sa.sin_port = htons(static_cast<uint16_t>(port));
+    bool ok = ::bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof(sa)) == 0 && ::listen(fd, 1) == 0;
+    ::close(fd);
+    return ok;
+}
+
 // One daemon: an RPC server with its services, serving on its own thread.
 class daemon_runner {
 public:
@@ -165,6 +182,10 @@ public:
         for (int attempt = 0; attempt < (pick ? 5 : 1); ++attempt) {
             port_ = pick ? free_port() : port;
             if (port_ <= 0) return TVN_MSG_ERR_SOCKET;
+            if (!port_free(port_)) {
+                rc = TVN_MSG_ERR_BIND;
+                continue;
+            }
             server_ = std::make_unique<tvn_msg_rpc_server>();
             if ((rc = server_->init(workers)) != 0) return rc;
             for (auto* s : services_) server_->register_service(s);
@@ -203,7 +224,8 @@ private:
             if (finished_) return result_ != 0 ? result_.load() : TVN_MSG_ERR_NOT_BOUND;
             if (!opened)
                 opened = client.open(tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port_), 1) == 0;
-            if (opened && probe_(&client)) return 0;
+            if (opened && probe_(&client))
+                return finished_ ? (result_ != 0 ? result_.load() : TVN_MSG_ERR_NOT_BOUND) : 0;
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
         return TVN_MSG_ERR_TIMEOUT;
@@ -336,7 +358,7 @@ int main(int argc, char** argv) {
         if (rc != 0) {
             std::fprintf(stderr, "tvn_sim: the %s cannot serve on 127.0.0.1:%d (%d%s)\n",
                          d.runner->title(), d.port, rc,
-                         rc == -2004 || rc == -2003 ? ": port in use?" : "");
+                         rc == TVN_MSG_ERR_BIND ? ": port in use" : "");
             TVN_LOG(TVN_LOG_MODULE_COMM, TVN_LOG_ERROR, rc, "tvn_sim: the %s cannot serve on %d.",
                     d.runner->title(), d.port);
             exit_code = 1;
