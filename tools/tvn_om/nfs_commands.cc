@@ -175,9 +175,11 @@ std::string text_of(const OmRecord& rec, uint32_t id) {
     return item != nullptr ? tvn_om::item_value_text(*item) : "";
 }
 
-std::string on_off(const OmRecord& rec, uint32_t id) {
-    std::string v = text_of(rec, id);
-    return v == "true" ? "on" : v == "false" ? "off" : "-";
+// "name=on" or "name=off" for a switch the record carries, else "".
+std::string switch_text(const OmRecord& rec, uint32_t id, const char* name) {
+    const OmItem* item = tvn_om::find_item(rec, id);
+    if (item == nullptr) return "";
+    return std::string(name) + "=" + (tvn_om::item_value_text(*item) == "true" ? "on" : "off");
 }
 
 void print_shares(const OmReply& reply, std::ostream& out) {
@@ -189,9 +191,11 @@ void print_shares(const OmReply& reply, std::ostream& out) {
         if (!fsname.empty()) fs += " (" + fsname + ")";
         std::string dtree = text_of(rec, 99);
         if (size_t at = dtree.find('@'); at != std::string::npos) dtree = dtree.substr(0, at);
-        std::string switches = "snapshot=" + on_off(rec, 93) + " freeze=" + on_off(rec, 91) +
-                               " fh-align=" + on_off(rec, 101);
-        if (tvn_om::find_item(rec, 92) != nullptr) switches += " audit=" + text_of(rec, 92);
+        std::string switches;
+        for (std::string part : {switch_text(rec, 93, "snapshot"), switch_text(rec, 91, "freeze"),
+                                 switch_text(rec, 101, "fh-align"),
+                                 tvn_om::find_item(rec, 92) != nullptr ? "audit=" + text_of(rec, 92) : ""})
+            if (!part.empty()) switches += (switches.empty() ? "" : " ") + part;
         rows.push_back({text_of(rec, 1), text_of(rec, 64), fs, dtree, text_of(rec, 9), switches});
     }
     tvn_om::print_table(out, {"SHARE ID", "PATH", "FILE SYSTEM", "DTREE", "DESCRIPTION", "SWITCHES"}, rows);
