@@ -6,7 +6,9 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <sstream>
 #include <set>
 #include <nlohmann/json.hpp>
 
@@ -97,6 +99,25 @@ TEST_F(BinaryTest, ServesStopsOnSigtermAndLetsTheLockGo) {
 
     EXPECT_EQ(read_text(pid_file()), std::to_string(p.pid()) + "\n");
     EXPECT_FALSE(lock_is_free());
+
+    // The platform was brought up in the start-up's order.
+    std::vector<std::string> calls;
+    std::istringstream platform(read_text(path("/var/log/platform/process_shell.log")));
+    for (std::string l; std::getline(platform, l);) {
+        auto at = l.find("Stand-in ");
+        if (at != std::string::npos) calls.push_back(l.substr(at + 9, l.find(' ', at + 9) - at - 9));
+    }
+    const std::vector<std::string> order = {
+        "dpax_symbol_init", "dpax_exception_init", "snm_agent_init", "EA_GenerateProductIni",
+        "CST_GetItemFromFile", "DBG_DiagnoseAgentInit", "TvnCloseDpucDataPipe", "Tvn_Cm_Netlink_StartService",
+        "dpax_log_init", "dpax_Init", "osax_init", "dp_mm_pool_init", "dp_shm_pool_init", "IOD_Init",
+        "MgmtSnmInit", "dra_proc_id_set", "NET_initUcLinkModule", "TvnCmFmInit", "TvnInitKMCAClient",
+        "tvnRegNasTracePoint"};
+    auto it = calls.begin();
+    for (const auto& want : order) {
+        it = std::find(it, calls.end(), want);
+        ASSERT_NE(it, calls.end()) << want << " missing or out of order in " << ::testing::PrintToString(calls);
+    }
     // Both logs are open while it serves.
     std::set<std::string> open_files;
     for (const auto& fd : std::filesystem::directory_iterator("/proc/" + std::to_string(p.pid()) + "/fd")) {
