@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <unordered_map>
 #include <variant>
 #include <vector>
 
@@ -66,6 +67,24 @@ private:
     sqlite3_stmt* stmt_ = nullptr;
 };
 
+// A statement kept prepared by the database; reset (bindings cleared) when
+// the reference goes. Empty when preparing failed.
+class sim_stmt_ref {
+public:
+    explicit sim_stmt_ref(sim_stmt* stmt) : stmt_(stmt) {}
+    ~sim_stmt_ref() {
+        if (stmt_ != nullptr) stmt_->reset();
+    }
+    sim_stmt_ref(const sim_stmt_ref&) = delete;
+    sim_stmt_ref& operator=(const sim_stmt_ref&) = delete;
+    explicit operator bool() const { return stmt_ != nullptr && static_cast<bool>(*stmt_); }
+    sim_stmt* operator->() { return stmt_; }
+    sim_stmt& operator*() { return *stmt_; }
+
+private:
+    sim_stmt* stmt_;
+};
+
 class sim_db {
 public:
     // The layout this build writes. Older databases are migrated forward on
@@ -93,6 +112,9 @@ public:
 
     // Caller holds the mutex for all of these.
     sim_stmt prepare(std::string_view sql);
+    // For statements of the hot paths: prepared once, kept until close().
+    // One user at a time (the caller holds the mutex and does not nest).
+    sim_stmt_ref cached(const std::string& sql);
     int exec(const char* sql);
     std::string errmsg() const;
     int64_t last_insert_rowid() const;
@@ -102,6 +124,7 @@ public:
 private:
     int32_t migrate(std::string& err, int target);
 
+    std::unordered_map<std::string, sim_stmt> cache_;
     sqlite3* db_ = nullptr;
     std::string path_;
     std::mutex mutex_;

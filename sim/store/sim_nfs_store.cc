@@ -297,14 +297,15 @@ int32_t nfs_store::mod_share(const tvn_nfs_mod_share_req& req, std::string& desc
 
 int32_t nfs_store::get_share(uint64_t share_id, uint32_t tenant_id, mul_vstore_nfs_share* out,
                              std::string& desc) {
+    static const std::string sql = fmt::format(
+        "SELECT {}{} WHERE s.share_id = ? AND s.tenant_id = ?", kShareCols, kShareFrom);
     sim_read r(db_);
-    sim_stmt st = db_.prepare(fmt::format("SELECT {}{} WHERE s.share_id = ? AND s.tenant_id = ?",
-                                          kShareCols, kShareFrom));
+    sim_stmt_ref st = db_.cached(sql);
     if (!st) {
         desc = db_error(db_, "reading a share");
         return SIM_ERR_IO;
     }
-    int rc = st.bind(1, share_id).bind(2, tenant_id).step();
+    int rc = st->bind(1, share_id).bind(2, tenant_id).step();
     if (rc == SQLITE_DONE) {
         desc = fmt::format("share {} not found in tenant {}", share_id, tenant_id);
         return SIM_ERR_NOT_FOUND;
@@ -313,7 +314,7 @@ int32_t nfs_store::get_share(uint64_t share_id, uint32_t tenant_id, mul_vstore_n
         desc = db_error(db_, "reading a share");
         return SIM_ERR_IO;
     }
-    read_share(st, out);
+    read_share(*st, out);
     desc = "success";
     return SIM_OK;
 }

@@ -1,0 +1,251 @@
+// Round trip of get_share on a store of 10,000 shares through the project's
+// RPC client and server, beside a raw ZeroMQ REQ/REP exchange of the same
+// sizes on loopback; and the time to page through all the shares 100 at a
+// time (by offset and by cursor).
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <zmq.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "sim_nfs_service.h"
+#include "sim_store.h"
+#include "tvn_msg_rpc_client.h"
+#include "tvn_msg_rpc_controller.h"
+#include "tvn_msg_rpc_server.h"
+#include "tvn_sysroot.h"
+
+namespace {
+
+using clock_type = std::chrono::steady_clock;
+constexpr int kShares = 10000;
+constexpr int kCalls = 5000;
+constexpr int kWarmup = 500;
+
+int free_port() {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof(sa);
+    int port = -1;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof(sa)) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&sa), &len) == 0)
+        port = ntohs(sa.sin_port);
+    ::close(fd);
+    return port;
+}
+
+struct stats {
+    double mean_us, p50_us, p99_us;
+};
+
+stats summarise(std::vector<double>& us) {
+    std::sort(us.begin(), us.end());
+    double sum = 0;
+    for (double v : us) sum += v;
+    return {sum / static_cast<double>(us.size()), us[us.size() / 2], us[us.size() * 99 / 100]};
+}
+
+template <class F>
+std::vector<double> time_calls(int n, F&& f) {
+    std::vector<double> us;
+    us.reserve(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) {
+        auto t0 = clock_type::now();
+        f(i);
+        us.push_back(std::chrono::duration<double, std::micro>(clock_type::now() - t0).count());
+    }
+    return us;
+}
+
+// The baseline: one REQ/REP exchange per call over TCP on loopback with
+// frames of the sizes the RPC exchanges, no broker and no work behind it.
+stats raw_zmq(size_t request_bytes, size_t reply_bytes) {
+    void* ctx = zmq_ctx_new();
+    const std::string ep = "tcp://127.0.0.1:" + std::to_string(free_port());
+    void* rep = zmq_socket(ctx, ZMQ_REP);
+    zmq_bind(rep, ep.c_str());
+    std::atomic<bool> done{false};
+    std::thread server([&] {
+        std::vector<char> in(64 * 1024), out(reply_bytes, 'r');
+        int timeout = 100;
+        zmq_setsockopt(rep, ZMQ_RCVTIMEO, &timeout, sizeof(timeout));
+        while (!done) {
+            if (zmq_recv(rep, in.data(), in.size(), 0) < 0) continue;
+            zmq_send(rep, out.data(), out.size(), 0);
+        }
+    });
+    void* req = zmq_socket(ctx, ZMQ_REQ);
+    zmq_connect(req, ep.c_str());
+    std::vector<char> out(request_bytes, 'q'), in(64 * 1024);
+    auto once = [&](int) {
+        zmq_send(req, out.data(), out.size(), 0);
+        zmq_recv(req, in.data(), in.size(), 0);
+    };
+    time_calls(kWarmup, once);
+    auto us = time_calls(kCalls, once);
+    done = true;
+    server.join();
+    int linger = 0;
+    zmq_setsockopt(req, ZMQ_LINGER, &linger, sizeof(linger));
+    zmq_setsockopt(rep, ZMQ_LINGER, &linger, sizeof(linger));
+    zmq_close(req);
+    zmq_close(rep);
+    zmq_ctx_term(ctx);
+    return summarise(us);
+}
+
+}  // namespace
+
+int main() {
+    const std::string root =
+        (std::filesystem::temp_directory_path() / ("tvn_bench_sim." + std::to_string(::getpid())))
+            .string();
+    ::setenv("TVN_SYSROOT", root.c_str(), 1);
+
+    tvn::sim::sim_store store;
+    tvn::sim::sim_store_options so;
+    so.db_path = tvn::sysroot_path("/var/lib/tvn_sim/store.db");
+    std::string err;
+    if (store.open(so, err) != 0) {
+        std::fprintf(stderr, "cannot open the store: %s\n", err.c_str());
+        return 1;
+    }
+    auto t0 = clock_type::now();
+    for (int i = 0; i < kShares; ++i) {
+        tvn_nfs_add_share_req r;
+        r.set_fsid(static_cast<uint64_t>(1 + i % 3));
+        r.set_tenant_id(0);
+        r.set_path("/fs" + std::to_string(1 + i % 3) + "/share_" + std::to_string(i));
+        r.set_comment("bench share");
+        r.set_dtreeid(0);
+        uint64_t id = 0;
+        if (store.nfs.add_share(r, id, err) != 0) {
+            std::fprintf(stderr, "add_share failed: %s\n", err.c_str());
+            return 1;
+        }
+    }
+    const double fill_s = std::chrono::duration<double>(clock_type::now() - t0).count();
+
+    // The store alone, without the RPC: what the daemon adds to the transport.
+    std::mt19937 rng_direct(11);
+    std::uniform_int_distribution<uint64_t> pick_direct(1, kShares);
+    auto direct_us = time_calls(kCalls, [&](int) {
+        mul_vstore_nfs_share share;
+        store.nfs.get_share(pick_direct(rng_direct), 0, &share, err);
+    });
+    stats direct = summarise(direct_us);
+
+    tvn::sim::sim_nfs_service nfs(store);
+    tvn_msg_rpc_server server;
+    server.init(2);
+    server.register_service(&nfs);
+    const int port = free_port();
+    std::thread serving([&] { server.start(tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port)); });
+
+    tvn_msg_rpc_client client(false);
+    int32_t rc = -1;
+    for (int i = 0; i < 200 && rc != 0; ++i) {
+        rc = client.open(tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port), 1);
+        if (rc != 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    tvn_store_nfs_service_Stub stub(&client);
+    std::mt19937 rng(7);
+    std::uniform_int_distribution<uint64_t> pick(1, kShares);
+    size_t req_bytes = 0, rsp_bytes = 0;
+    int failures = 0;
+    auto get_one = [&](int) {
+        tvn_nfs_get_share_req req;
+        req.set_share_id(pick(rng));
+        req.set_tenant_id(0);
+        tvn_nfs_get_share_rsp rsp;
+        tvn_msg_rpc_controller ctl;
+        ctl.SetTimeout(10000);
+        stub.get_share(&ctl, &req, &rsp, nullptr);
+        if (ctl.Failed() || rsp.status().result() != 0) ++failures;
+        req_bytes = req.ByteSizeLong() + 8;
+        rsp_bytes = rsp.ByteSizeLong();
+    };
+    time_calls(kWarmup, get_one);
+    auto rpc_us = time_calls(kCalls, get_one);
+    stats rpc = summarise(rpc_us);
+
+    auto page_all = [&](bool by_cursor, int& pages, size_t& listed) {
+        tvn_nfs_show_share_req req;
+        req.set_fsid(UINT64_MAX);
+        req.set_tenant_id(0);
+        req.set_path("");
+        req.set_sort_type(TVN_NFS_SHARE_SORT_ASCEND);
+        req.set_list_type(TVN_NFSBYSHAREID);
+        req.set_offset(1);
+        req.set_count(100);
+        req.mutable_next_share_id()->set_flag(TVN_NFS_SHARE_ID_FIELD_INVALID);
+        req.mutable_next_share_id()->set_shareid(0);
+        pages = 0;
+        listed = 0;
+        auto start = clock_type::now();
+        while (true) {
+            tvn_nfs_show_share_rsp rsp;
+            tvn_msg_rpc_controller ctl;
+            ctl.SetTimeout(30000);
+            stub.show_share(&ctl, &req, &rsp, nullptr);
+            if (ctl.Failed() || rsp.status().result() != 0) {
+                ++failures;
+                break;
+            }
+            ++pages;
+            listed += static_cast<size_t>(rsp.share_info_size());
+            if (rsp.share_info_size() < 100) break;
+            if (by_cursor) {
+                req.mutable_next_share_id()->set_flag(TVN_NFS_SHARE_ID_FIELD_VALID);
+                req.mutable_next_share_id()->set_shareid(rsp.share_info(99).share_id());
+            } else {
+                req.set_offset(req.offset() + 100);
+            }
+        }
+        return std::chrono::duration<double, std::milli>(clock_type::now() - start).count();
+    };
+    int pages_off = 0, pages_cur = 0;
+    size_t listed_off = 0, listed_cur = 0;
+    const double offset_ms = page_all(false, pages_off, listed_off);
+    const double cursor_ms = page_all(true, pages_cur, listed_cur);
+
+    server.stop();
+    serving.join();
+    server.unregister();
+
+    stats raw = raw_zmq(req_bytes, rsp_bytes);
+
+    std::printf("tvn_sim store of %d shares (filled in %.2f s, one transaction each)\n", kShares,
+                fill_s);
+    std::printf("%-44s %10s %10s %10s\n", "round trip", "mean us", "p50 us", "p99 us");
+    std::printf("%-44s %10.1f %10.1f %10.1f\n", "get_share via tvn_msg RPC (tvn_sim store)",
+                rpc.mean_us, rpc.p50_us, rpc.p99_us);
+    std::printf("%-44s %10.1f %10.1f %10.1f\n", "raw ZeroMQ REQ/REP, same frame sizes", raw.mean_us,
+                raw.p50_us, raw.p99_us);
+    std::printf("%-44s %10.1f %10.1f %10.1f\n", "get_share in the store alone (no RPC)",
+                direct.mean_us, direct.p50_us, direct.p99_us);
+    std::printf("ratio get_share / raw: mean %.2fx, p50 %.2fx  (request %zu B, reply %zu B, %d calls)\n",
+                rpc.mean_us / raw.mean_us, rpc.p50_us / raw.p50_us, req_bytes, rsp_bytes, kCalls);
+    std::printf("page through all %zu shares, 100 a page, by offset: %.1f ms (%d pages, %.2f ms/page)\n",
+                listed_off, offset_ms, pages_off, offset_ms / pages_off);
+    std::printf("page through all %zu shares, 100 a page, by cursor: %.1f ms (%d pages, %.2f ms/page)\n",
+                listed_cur, cursor_ms, pages_cur, cursor_ms / pages_cur);
+    if (failures != 0) std::printf("FAILED calls: %d\n", failures);
+
+    store.db.close();
+    std::error_code ec;
+    std::filesystem::remove_all(root, ec);
+    return failures == 0 ? 0 : 1;
+}
