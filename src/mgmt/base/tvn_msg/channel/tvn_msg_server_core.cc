@@ -3,6 +3,7 @@
 #include <zmq.h>
 
 #include <algorithm>
+#include <chrono>
 #include <new>
 
 #include "tvn_msg_def.h"
@@ -10,14 +11,31 @@
 tvn_msg_server_core::~tvn_msg_server_core() { stop(); }
 
 int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int worker_num,
-                                         const std::function<void(void*)>& worker) {
+                                         const worker_fn& worker) {
     // A previous run may still be joining its workers.
     cv_.wait(lock, [this] { return !running_ && workers_.empty() && context_ == nullptr; });
     void* ctx = zmq_ctx_new();
     if (ctx == nullptr) return TVN_MSG_ERR_CONTEXT;
+    ready_workers_ = 0;
+    auto ready = [this] {
+        {
+            std::lock_guard<std::mutex> guard(mutex_);
+            ++ready_workers_;
+        }
+        cv_.notify_all();
+    };
     try {
         workers_.reserve(static_cast<std::size_t>(worker_num));
-        for (int i = 0; i < worker_num; ++i) workers_.emplace_back(worker, ctx);
+        for (int i = 0; i < worker_num; ++i)
+            workers_.emplace_back([worker, ctx, ready] {
+                bool told = false;
+                auto once = [&] {
+                    if (!told) ready();
+                    told = true;
+                };
+                worker(ctx, once);
+                once();
+            });
     } catch (...) {
         zmq_ctx_shutdown(ctx);
         for (auto& t : workers_) t.join();
@@ -25,7 +43,14 @@ int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int
         zmq_ctx_term(ctx);
         return TVN_MSG_ERR_NOMEM;
     }
+    // Visible to stop() while the workers come up.
     context_ = ctx;
+    const uint64_t generation = teardowns_;
+    // Bounded: a worker that cannot start only costs the wait.
+    cv_.wait_for(lock, std::chrono::seconds(5), [&] {
+        return ready_workers_ >= worker_num || teardowns_ != generation;
+    });
+    if (teardowns_ != generation) return TVN_MSG_ERR_NOT_BOUND;  // stopped meanwhile
     bound_ = true;
     return 0;
 }
@@ -65,6 +90,7 @@ int32_t tvn_msg_server_core::stop() {
 }
 
 void tvn_msg_server_core::teardown(std::unique_lock<std::mutex>& lock) {
+    ++teardowns_;
     void* ctx = context_;
     std::vector<std::thread> workers;
     workers.swap(workers_);

@@ -8,6 +8,7 @@
 // when nothing runs) joins the workers and terminates the context, so a
 // stopped server can be bound again at once.
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <mutex>
 #include <thread>
@@ -22,11 +23,17 @@ public:
 
     std::unique_lock<std::mutex> lock() { return std::unique_lock<std::mutex>(mutex_); }
 
+    // A worker's body: worker(context, ready). It calls ready() once its
+    // first socket is connected (or could not be), so that bind returns
+    // with every worker attached: a proxy's round-robin only spreads work
+    // over the workers attached when requests arrive.
+    using worker_fn = std::function<void(void* context, const std::function<void()>& ready)>;
+
     // With the lock held. Waits for a previous run's teardown, creates the
-    // context and worker_num threads running worker(context).
-    // 0; -2002 no context; -6 no threads (context destroyed again).
+    // context and worker_num threads, and waits (bounded) for them to be
+    // ready. 0; -2002 no context; -6 no threads (context destroyed again).
     int32_t bind_locked(std::unique_lock<std::mutex>& lock, int worker_num,
-                        const std::function<void(void*)>& worker);
+                        const worker_fn& worker);
     bool bound_locked() const { return bound_; }
     bool running_locked() const { return running_; }
     void* context_locked() const { return context_; }
@@ -50,5 +57,7 @@ private:
     bool bound_ = false;
     bool running_ = false;
     std::vector<std::thread> workers_;
+    int ready_workers_ = 0;
+    uint64_t teardowns_ = 0;
     std::thread::id loop_thread_;
 };

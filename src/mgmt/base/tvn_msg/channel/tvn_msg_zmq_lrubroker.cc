@@ -137,9 +137,11 @@ int32_t tvn_msg_zmq_lrubroker::bind(const tvn_msg_addr& addr) {
     const std::string backend = backend_endpoint_;
     const tvn_msg_deal_fun deal = deal_;
     void* const deal_context = deal_context_;
-    int32_t rc = core_.bind_locked(lock, worker_num_, [backend, deal, deal_context](void* ctx) {
-        worker_loop(ctx, backend, deal, deal_context);
-    });
+    int32_t rc = core_.bind_locked(
+        lock, worker_num_,
+        [backend, deal, deal_context](void* ctx, const std::function<void()>& ready) {
+            worker_loop(ctx, backend, deal, deal_context, ready);
+        });
     if (rc == TVN_MSG_ERR_CONTEXT)
         MSG_LOG_ERR(rc, "The msg server bind failed, malloc the zmq context failed.");
     else if (rc == TVN_MSG_ERR_NOMEM)
@@ -196,6 +198,7 @@ int32_t tvn_msg_zmq_lrubroker::start() {
     }
     if (front != nullptr) zmq_close(front);
     if (back != nullptr) zmq_close(back);
+    queued_.store(0, std::memory_order_relaxed);
     core_.end_start();
     return rc;
 }
@@ -233,6 +236,7 @@ void tvn_msg_zmq_lrubroker::run_loop(void* front, void* back) {
             drained = true;
         }
         if (drained && requests.empty()) std::deque<raw_msg>().swap(requests);
+        if (drained) queued_.store(requests.size(), std::memory_order_relaxed);
     };
 
     // Back: a worker announces itself or answers a client.
@@ -311,6 +315,7 @@ void tvn_msg_zmq_lrubroker::run_loop(void* front, void* back) {
             std::memcpy(&queued.ext, request.data() + 4, sizeof(queued.ext));
             queued.frame = std::move(request);
             requests.push_back(std::move(queued));
+            queued_.store(requests.size(), std::memory_order_relaxed);
             return;
         }
         send_to_worker(client.str(), request);
@@ -333,7 +338,8 @@ void tvn_msg_zmq_lrubroker::run_loop(void* front, void* back) {
 }
 
 void tvn_msg_zmq_lrubroker::worker_loop(void* ctx, const std::string& backend,
-                                        tvn_msg_deal_fun deal, void* deal_context) {
+                                        tvn_msg_deal_fun deal, void* deal_context,
+                                        const std::function<void()>& ready) {
     void* socket = nullptr;
     for (;;) {
         if (socket == nullptr) {
@@ -344,6 +350,7 @@ void tvn_msg_zmq_lrubroker::worker_loop(void* ctx, const std::string& backend,
                             "the msg server create response conn failed,create the response "
                             "socket failed(%d).",
                             zmq_errno());
+                ready();
                 std::this_thread::sleep_for(kRetryPause);
                 continue;
             }
@@ -358,10 +365,12 @@ void tvn_msg_zmq_lrubroker::worker_loop(void* ctx, const std::string& backend,
                             "the msg server create response conn failed,connect the addr "
                             "failed(%d).",
                             err);
+                ready();
                 std::this_thread::sleep_for(kRetryPause);
                 continue;
             }
             tvn_msg_util::send_str(socket, kWorkerReady, false);
+            ready();
         }
 
         std::string client, empty;

@@ -2,6 +2,7 @@
 // Message server behind every RPC server: ROUTER front for remote REQ
 // clients, ROUTER back for in-process REQ workers, least-recently-used
 // dispatch, bounded queueing and age-based dropping of queued requests.
+#include <atomic>
 #include <cstddef>
 #include <string>
 
@@ -30,10 +31,12 @@ public:
 
     bool is_bound();
     bool is_running();
+    // Requests waiting for a worker right now (as last seen by the loop).
+    std::size_t queued_requests() const { return queued_.load(std::memory_order_relaxed); }
 
 private:
     static void worker_loop(void* context, const std::string& backend, tvn_msg_deal_fun deal,
-                            void* deal_context);
+                            void* deal_context, const std::function<void()>& ready);
     void run_loop(void* front, void* back);
 
     tvn_msg_server_core core_;
@@ -43,4 +46,5 @@ private:
     int worker_num_ = 0;
     tvn_msg_deal_fun deal_ = nullptr;
     void* deal_context_ = nullptr;
+    std::atomic<std::size_t> queued_{0};
 };

@@ -83,8 +83,10 @@ int32_t tvn_msg_zmq_server::bind(const tvn_msg_addr& addr) {
     const worker_exit_fun exit_fun = exit_fun_;
     void* const exit_context = exit_context_;
     int32_t rc = core_.bind_locked(
-        lock, worker_num_, [backend, deal, deal_context, exit_fun, exit_context](void* ctx) {
-            worker_loop(ctx, backend, deal, deal_context);
+        lock, worker_num_,
+        [backend, deal, deal_context, exit_fun, exit_context](void* ctx,
+                                                              const std::function<void()>& ready) {
+            worker_loop(ctx, backend, deal, deal_context, ready);
             if (exit_fun != nullptr) exit_fun(exit_context);
         });
     if (rc == TVN_MSG_ERR_CONTEXT)
@@ -153,7 +155,7 @@ STARTEND:
 int32_t tvn_msg_zmq_server::stop() { return core_.stop(); }
 
 void tvn_msg_zmq_server::worker_loop(void* ctx, const std::string& backend, tvn_msg_deal_fun deal,
-                                     void* deal_context) {
+                                     void* deal_context, const std::function<void()>& ready) {
     void* socket = nullptr;
     for (;;) {
         if (socket == nullptr) {
@@ -164,6 +166,7 @@ void tvn_msg_zmq_server::worker_loop(void* ctx, const std::string& backend, tvn_
                             "The msg server create response conn failed,create the response "
                             "socket failed(%d).",
                             zmq_errno());
+                ready();
                 std::this_thread::sleep_for(kRetryPause);
                 continue;
             }
@@ -178,9 +181,11 @@ void tvn_msg_zmq_server::worker_loop(void* ctx, const std::string& backend, tvn_
                             "The msg server create response conn failed,connect the addr "
                             "failed(%d).",
                             err);
+                ready();
                 std::this_thread::sleep_for(kRetryPause);
                 continue;
             }
+            ready();
         }
 
         zmq_msg_t frame;

@@ -35,7 +35,7 @@ public:
 
 private:
     static void worker_loop(void* context, const std::string& backend, tvn_msg_deal_fun deal,
-                            void* deal_context);
+                            void* deal_context, const std::function<void()>& ready);
 
     tvn_msg_server_core core_;
     tvn_msg_addr addr_;

@@ -63,15 +63,38 @@ int32_t tvn_msg_rpc_server::start(const tvn_msg_addr& addr) {
         MSG_LOG_ERR(TVN_MSG_ERR_NO_SERVER, "the rpc server start failed.");
         return TVN_MSG_ERR_NO_SERVER;
     }
-    int32_t rc = server_->bind(addr);
-    if (rc != 0) {
-        MSG_LOG_ERR(rc, "the rpc server start failed, bind failed.");
-        return rc;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex_);
+        if (starting_) return TVN_MSG_ERR_BOUND;
+        starting_ = true;
+        stop_requested_ = false;
+        int32_t rc = server_->bind(addr);
+        if (rc != 0) {
+            starting_ = false;
+            MSG_LOG_ERR(rc, "the rpc server start failed, bind failed.");
+            return rc;
+        }
     }
-    return server_->start();
+    int32_t rc = server_->start();
+    std::lock_guard<std::mutex> lock(state_mutex_);
+    // A stop that came between bind and the loop leaves the broker unbound;
+    // that is a clean stop, not a failure.
+    if (stop_requested_ && rc == TVN_MSG_ERR_NOT_BOUND) rc = 0;
+    starting_ = false;
+    stop_requested_ = false;
+    return rc;
 }
 
-int32_t tvn_msg_rpc_server::stop() { return server_ ? server_->stop() : 0; }
+int32_t tvn_msg_rpc_server::stop() {
+    if (!server_) return 0;
+    {
+        std::lock_guard<std::mutex> lock(state_mutex_);
+        if (starting_) stop_requested_ = true;
+    }
+    return server_->stop();
+}
+
+bool tvn_msg_rpc_server::is_running() { return server_ && server_->is_running(); }
 
 void tvn_msg_rpc_server::unregister() {
     std::lock_guard<std::mutex> lock(mutex_);

@@ -31,8 +31,11 @@ public:
     // init; the broker's bind or start code otherwise (-2003 when the
     // endpoint cannot be bound, e.g. the port is in use).
     int32_t start(const tvn_msg_addr& addr);
-    // Ends start(); waits until it has let go of the endpoint.
+    // Ends a start() that runs or is under way (also one that has not bound
+    // yet); waits until it has let go of the endpoint. A stop() made before
+    // start() is called has no effect on it.
     int32_t stop();
+    bool is_running();
     void unregister();
 
     // Deal function run on the broker's worker threads.
@@ -40,6 +43,9 @@ public:
 
 private:
     std::unique_ptr<tvn_msg_zmq_lrubroker> server_;
-    std::mutex mutex_;
+    std::mutex state_mutex_;  // start/stop hand-over; never held while serving
+    bool starting_ = false;
+    bool stop_requested_ = false;
+    std::mutex mutex_;  // the method map
     std::map<uint32_t, tvn_msg_rpc_method> methods_;
 };

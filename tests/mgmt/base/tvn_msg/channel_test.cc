@@ -1,0 +1,208 @@
+// Client channels against REP peers on loopback TCP.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "msg_test_support.h"
+#include "tvn_msg_zmq_channel.h"
+#include "tvn_msg_zmq_mchannel.h"
+
+using namespace tvn_test;
+
+namespace {
+
+// A REP peer on a loopback port; `answer` decides per request whether to
+// reply (true) and with what.
+class rep_peer {
+public:
+    using answer_fn = std::function<bool(const std::string& request, std::string& reply)>;
+
+    rep_peer(int port, answer_fn answer)
+        : ctx_(zmq_ctx_new()), endpoint_(tcp_endpoint(port)), answer_(std::move(answer)) {
+        bound_ = rebind();
+        thread_ = std::thread([this] { run(); });
+    }
+    ~rep_peer() {
+        stop_ = true;
+        thread_.join();
+        if (socket_ != nullptr) zmq_close(socket_);
+        zmq_ctx_term(ctx_);
+    }
+    bool bound() const { return bound_; }
+
+private:
+    bool rebind() {
+        if (socket_ != nullptr) zmq_close(socket_);
+        socket_ = zmq_socket(ctx_, ZMQ_REP);
+        int linger = 0;
+        zmq_setsockopt(socket_, ZMQ_LINGER, &linger, sizeof(linger));
+        return zmq_bind(socket_, endpoint_.c_str()) == 0;
+    }
+    void run() {
+        while (!stop_) {
+            auto parts = recv_parts(socket_, 10);
+            if (parts.empty()) continue;
+            std::string reply;
+            if (answer_(parts.back(), reply)) {
+                send_parts(socket_, {reply});
+            } else {
+                // A REP socket must answer before it can receive again:
+                // rebuild it to leave this request unanswered.
+                while (!rebind() && !stop_)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            }
+        }
+    }
+
+    void* ctx_;
+    void* socket_ = nullptr;
+    std::string endpoint_;
+    bool bound_ = false;
+    answer_fn answer_;
+    std::atomic<bool> stop_{false};
+    std::thread thread_;
+};
+
+// Echoes the payload back with the request's id.
+bool echo(const std::string& request, std::string& reply) {
+    uint32_t id = 0;
+    std::memcpy(&id, request.data(), 4);
+    reply = frame_bytes(id, 0, request.substr(8));
+    return true;
+}
+
+TEST(MsgChannel, OpenTwiceAndCloseUnopened) {
+    tvn_msg_zmq_channel never;
+    EXPECT_EQ(never.close(), 0);
+
+    tvn_msg_zmq_channel channel;
+    EXPECT_EQ(channel.open(), TVN_MSG_ERR_ADDR);  // no address yet
+    EXPECT_EQ(channel.connect(loopback(free_port())), 0);
+    EXPECT_EQ(channel.open(), 0);
+    EXPECT_EQ(channel.open(), 0);
+    EXPECT_TRUE(channel.is_open());
+    EXPECT_EQ(channel.close(), 0);
+    EXPECT_FALSE(channel.is_open());
+
+    tvn_msg_zmq_channel too_long;
+    too_long.connect(tvn_msg_addr(TVN_MSG_ADDR_TCP, std::string(70, 'h'), 1));
+    EXPECT_EQ(too_long.open(), TVN_MSG_ERR_ADDR);
+}
+
+TEST(MsgChannel, RebuildsItsSocketAfterATimeOutThenSucceeds) {
+    const int port = free_port();
+    std::atomic<int> seen{0};
+    rep_peer peer(port, [&](const std::string& req, std::string& reply) {
+        // The first request goes unanswered.
+        return seen++ == 0 ? false : echo(req, reply);
+    });
+    ASSERT_TRUE(peer.bound());
+
+    tvn_msg_zmq_channel channel;
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    ASSERT_EQ(channel.open(), 0);
+    TVN_MSG req = make_msg(3, "hello");
+    TVN_MSG rsp;
+    EXPECT_EQ(channel.request(req, rsp, 300), TVN_MSG_ERR_TIMEOUT);
+    // Without a rebuild the REQ socket would refuse to send (EFSM).
+    ASSERT_EQ(channel.request(req, rsp, 5000), 0);
+    EXPECT_EQ(payload_of(rsp), "hello");
+    EXPECT_EQ(rsp.id, 3u);
+    tvn_msg_free(rsp);
+    tvn_msg_free(req);
+    channel.close();
+}
+
+TEST(MsgMChannel, RunsNCallsAtOnce) {
+    constexpr int kN = 4;
+    const int port = free_port();
+    // The peer is a ROUTER so that it can hold all requests before answering:
+    // it answers only once kN are in flight at the same time.
+    zmq_env env;
+    void* router = env.socket(ZMQ_ROUTER);
+    ASSERT_EQ(zmq_bind(router, tcp_endpoint(port).c_str()), 0);
+    std::atomic<bool> all_at_once{false};
+    std::thread peer([&] {
+        std::vector<std::vector<std::string>> held;
+        while (held.size() < static_cast<std::size_t>(kN)) {
+            auto parts = recv_parts(router, 5000);
+            if (parts.empty()) return;
+            held.push_back(parts);
+        }
+        all_at_once = true;
+        for (auto& parts : held) {
+            std::string reply;
+            echo(parts.back(), reply);
+            send_parts(router, {parts[0], "", reply});
+        }
+    });
+
+    tvn_msg_zmq_mchannel channel(kN);
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    ASSERT_EQ(channel.open(), 0);
+    EXPECT_EQ(channel.open(), 0);
+    std::atomic<int> ok{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < kN; ++i) {
+        callers.emplace_back([&, i] {
+            TVN_MSG req = make_msg(10 + i, "call" + std::to_string(i));
+            TVN_MSG rsp;
+            if (channel.request(req, rsp, 5000) == 0 && payload_of(rsp) == "call" + std::to_string(i))
+                ++ok;
+            tvn_msg_free(rsp);
+            tvn_msg_free(req);
+        });
+    }
+    for (auto& t : callers) t.join();
+    peer.join();
+    EXPECT_TRUE(all_at_once);
+    EXPECT_EQ(ok.load(), kN);
+    EXPECT_EQ(channel.worker_socket_count(), static_cast<std::size_t>(kN));
+    EXPECT_EQ(channel.close(), 0);
+    EXPECT_EQ(channel.worker_socket_count(), 0u);
+}
+
+TEST(MsgMChannel, PeerDownTimesOutThenAFreshWorkerSocketSucceeds) {
+    const int port = free_port();
+    tvn_msg_zmq_mchannel channel(1);
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    ASSERT_EQ(channel.open(), 0);
+    TVN_MSG req = make_msg(1, "ping");
+    TVN_MSG rsp;
+    EXPECT_EQ(channel.request(req, rsp, 200), TVN_MSG_ERR_TIMEOUT);
+    // The worker gave up its socket on failure.
+    EXPECT_TRUE(eventually([&] { return channel.worker_socket_count() == 0; }));
+
+    rep_peer peer(port, echo);
+    ASSERT_TRUE(peer.bound());
+    ASSERT_EQ(channel.request(req, rsp, 5000), 0);
+    EXPECT_EQ(payload_of(rsp), "ping");
+    EXPECT_EQ(channel.worker_socket_count(), 1u);
+    tvn_msg_free(rsp);
+    tvn_msg_free(req);
+    channel.close();
+}
+
+TEST(MsgMChannel, ClosedChannelRefusesAndReopens) {
+    const int port = free_port();
+    rep_peer peer(port, echo);
+    tvn_msg_zmq_mchannel channel(2);
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    TVN_MSG req = make_msg(1, "a");
+    TVN_MSG rsp;
+    EXPECT_EQ(channel.request(req, rsp, 100), TVN_MSG_ERR_NO_CONNECTION);
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(channel.open(), 0);
+        ASSERT_EQ(channel.request(req, rsp, 5000), 0) << round;
+        tvn_msg_free(rsp);
+        ASSERT_EQ(channel.close(), 0);
+        EXPECT_EQ(channel.request(req, rsp, 100), TVN_MSG_ERR_NO_CONNECTION);
+    }
+    tvn_msg_free(req);
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+#pragma once
+// Shared pieces of the messaging tests: free loopback ports, a log file to
+// look into, a fake monotonic clock, a REP peer under the test's control,
+// and an RPC server running on a thread of its own.
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <zmq.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "test_sysroot_guard.h"
+#include "tvn_log.h"
+#include "tvn_msg_rpc_server.h"
+#include "tvn_msg_util.h"
+#include "tvn_time.h"
+
+namespace tvn_test {
+
+// A loopback port nobody listens on right now (the kernel's pick).
+inline int free_port() {
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    sa.sin_port = 0;
+    ::bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof(sa));
+    socklen_t len = sizeof(sa);
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&sa), &len);
+    ::close(fd);
+    return ntohs(sa.sin_port);
+}
+
+inline tvn_msg_addr loopback(int port) { return tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port); }
+inline std::string tcp_endpoint(int port) { return "tcp://127.0.0.1:" + std::to_string(port); }
+
+// The service log written into a temporary system root for one test.
+class scoped_log {
+public:
+    scoped_log() {
+        TvnLogInitFile(666, 6, "/var/log/platform", "msg_test.log");
+        path_ = root_.root() + "/var/log/platform/msg_test.log";
+    }
+    ~scoped_log() { TvnLogFini(); }
+    std::string text() const {
+        std::ifstream in(path_);
+        std::stringstream ss;
+        ss << in.rdbuf();
+        return ss.str();
+    }
+    bool contains(const std::string& needle) const {
+        return text().find(needle) != std::string::npos;
+    }
+    // Waits (bounded) until the log shows a text.
+    bool wait_for(const std::string& needle, int ms = 5000) const {
+        for (int waited = 0; waited < ms; waited += 5) {
+            if (contains(needle)) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return contains(needle);
+    }
+
+private:
+    scoped_sysroot root_;
+    std::string path_;
+};
+
+// The monotonic clock, pushed forward at will by the test.
+class fake_monotonic_clock {
+public:
+    fake_monotonic_clock() {
+        offset() = 0;
+        tvn::set_monotonic_clock(&read);
+    }
+    ~fake_monotonic_clock() { tvn::set_monotonic_clock(nullptr); }
+    void advance_seconds(long s) { offset() += s; }
+
+private:
+    static std::atomic<long>& offset() {
+        static std::atomic<long> value{0};
+        return value;
+    }
+    static int read(struct timespec* ts) {
+        int rc = ::clock_gettime(CLOCK_MONOTONIC, ts);
+        ts->tv_sec += offset().load();
+        return rc;
+    }
+};
+
+// Polls a condition for up to ms milliseconds.
+inline bool eventually(const std::function<bool()>& cond, int ms = 5000) {
+    for (int waited = 0; waited < ms; waited += 2) {
+        if (cond()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return cond();
+}
+
+inline TVN_MSG make_msg(uint32_t id, const std::string& payload) {
+    TVN_MSG m;
+    m.id = id;
+    m.len = static_cast<uint32_t>(payload.size());
+    if (!payload.empty()) {
+        m.data = new char[payload.size()];
+        std::memcpy(m.data, payload.data(), payload.size());
+    }
+    return m;
+}
+
+inline std::string payload_of(const TVN_MSG& m) {
+    return m.data != nullptr ? std::string(m.data, m.len) : std::string();
+}
+
+// Frames of one message: builds the multipart a DEALER or ROUTER sends.
+inline void send_parts(void* socket, const std::vector<std::string>& parts) {
+    for (std::size_t i = 0; i < parts.size(); ++i)
+        zmq_send(socket, parts[i].data(), parts[i].size(), i + 1 < parts.size() ? ZMQ_SNDMORE : 0);
+}
+
+inline std::string frame_bytes(uint32_t id, uint32_t ext, const std::string& payload) {
+    std::string out(8, '\0');
+    std::memcpy(out.data(), &id, 4);
+    std::memcpy(out.data() + 4, &ext, 4);
+    return out + payload;
+}
+
+// Receives one whole multipart message with a time-out; empty on time-out.
+inline std::vector<std::string> recv_parts(void* socket, int timeout_ms) {
+    std::vector<std::string> parts;
+    zmq_pollitem_t item{socket, 0, ZMQ_POLLIN, 0};
+    if (zmq_poll(&item, 1, timeout_ms) <= 0) return parts;
+    int more = 1;
+    while (more) {
+        zmq_msg_t m;
+        zmq_msg_init(&m);
+        if (zmq_msg_recv(&m, socket, 0) < 0) {
+            zmq_msg_close(&m);
+            break;
+        }
+        parts.emplace_back(static_cast<const char*>(zmq_msg_data(&m)), zmq_msg_size(&m));
+        more = zmq_msg_more(&m);
+        zmq_msg_close(&m);
+    }
+    return parts;
+}
+
+// A context and its sockets, closed in the right order.
+class zmq_env {
+public:
+    zmq_env() : ctx_(zmq_ctx_new()) {}
+    ~zmq_env() {
+        for (void* s : sockets_) zmq_close(s);
+        zmq_ctx_term(ctx_);
+    }
+    void* socket(int type) {
+        void* s = zmq_socket(ctx_, type);
+        int linger = 0;
+        zmq_setsockopt(s, ZMQ_LINGER, &linger, sizeof(linger));
+        sockets_.push_back(s);
+        return s;
+    }
+    void* ctx() { return ctx_; }
+
+private:
+    void* ctx_;
+    std::vector<void*> sockets_;
+};
+
+// An RPC server serving on a thread of its own for the life of the object.
+class running_rpc_server {
+public:
+    running_rpc_server(int workers, std::vector<google::protobuf::Service*> services, int port)
+        : port_(port) {
+        init_rc_ = server_.init(workers);
+        for (auto* s : services) server_.register_service(s);
+        thread_ = std::thread([this] { start_rc_ = server_.start(loopback(port_)); });
+    }
+    ~running_rpc_server() { shutdown(); }
+    void shutdown() {
+        if (!thread_.joinable()) return;
+        server_.stop();
+        thread_.join();
+        server_.unregister();
+    }
+    int init_rc() const { return init_rc_; }
+    int start_rc() const { return start_rc_; }
+    tvn_msg_rpc_server& server() { return server_; }
+
+private:
+    int port_;
+    tvn_msg_rpc_server server_;
+    int init_rc_ = 0;
+    std::atomic<int> start_rc_{0};
+    std::thread thread_;
+};
+
+}  // namespace tvn_test
