@@ -229,17 +229,23 @@ private:
 
 // ---- measuring -------------------------------------------------------------------
 
-// Latency of `calls` calls of one client (after a warm-up).
+// Latency of `calls` calls of one client (after a warm-up), in three
+// rounds; the quietest round counts, since the machine is shared.
 latency measure_latency(const std::function<int32_t(int)>& call, int calls, int& failures) {
     for (int i = 0; i < kWarmup; ++i) call(-1 - i);
-    std::vector<double> us;
-    us.reserve(static_cast<size_t>(calls));
-    for (int i = 0; i < calls; ++i) {
-        auto t = clock_type::now();
-        if (call(i) != 0) ++failures;
-        us.push_back(us_since(t));
+    latency best{1e18, 1e18};
+    for (int round = 0, n = 0; round < 3; ++round) {
+        std::vector<double> us;
+        us.reserve(static_cast<size_t>(calls / 3 + 1));
+        for (int i = 0; i < calls / 3; ++i, ++n) {
+            auto t = clock_type::now();
+            if (call(n) != 0) ++failures;
+            us.push_back(us_since(t));
+        }
+        latency l = summarise(us);
+        if (l.p50 < best.p50) best = l;
     }
-    return summarise(us);
+    return best;
 }
 
 // Calls per second of `clients` clients, each calling as fast as it can.
@@ -356,6 +362,15 @@ int main(int, char** argv) {
                 },
                 kLatencyCalls, failures);
 
+            // The same with a client made for the call, as each command makes one.
+            latency fresh_lat = measure_latency(
+                [&](int) {
+                    tvn_store_nfs_api fresh("127.0.0.1", false);
+                    tvn_nfs_get_share_rsp srsp;
+                    return fresh.get_share(sreq, srsp, 10000);
+                },
+                kLatencyCalls / 2, failures);
+
             om_client one(ctx);
             latency get_lat = measure_latency([&](int) { return one.call(get_request); }, kLatencyCalls, failures);
             auto get_client = [&](int) {
@@ -387,6 +402,8 @@ int main(int, char** argv) {
                         raw_tp8);
             std::printf("%-34s %10.1f %10.1f %14s %14s\n", "store get_share, direct", store_lat.p50, store_lat.p99, "-",
                         "-");
+            std::printf("%-34s %10.1f %10.1f %14s %14s\n", "store get_share, client per call", fresh_lat.p50,
+                        fresh_lat.p99, "-", "-");
             std::printf("%-34s %10.1f %10.1f %14.0f %14.0f\n", "get share via agent", get_lat.p50, get_lat.p99, get_tp1,
                         get_tp8);
             std::printf("%-34s %10.1f %10.1f %14.0f %14.0f\n", "create share via agent", create_lat.p50,
@@ -399,6 +416,8 @@ int main(int, char** argv) {
             std::printf("  get    %8.1f us = %.2f x the two round trips (of which the store's own work %.1f us)\n",
                         own(get_lat), own(get_lat) / two_rtt, store_lat.p50 - raw_lat.p50);
             std::printf("  create %8.1f us = %.2f x the two round trips\n", own(create_lat), own(create_lat) / two_rtt);
+            std::printf("  of each, making the command's own store client (context, socket, connection): %.1f us\n",
+                        fresh_lat.p50 - store_lat.p50);
             if (failures != 0) std::printf("\n%d calls failed\n", failures);
         }
     }
