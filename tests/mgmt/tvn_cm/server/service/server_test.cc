@@ -14,8 +14,9 @@ class CmServerTest : public ServiceTest {
 protected:
     void TearDown() override {
         server().stop_listening();
-        server().wait_listening_for(std::chrono::milliseconds(10000));
-        server().wait_listening();
+        // Joined only once it has ended, so a stuck server fails the test
+        // instead of hanging it.
+        if (server().wait_listening_for(std::chrono::milliseconds(10000))) server().wait_listening();
         ServiceTest::TearDown();
     }
     static tvn_cm_server& server() { return tvn_cm_server::instance(); }
@@ -46,6 +47,7 @@ TEST_F(CmServerTest, ServesBothServicesUntilStopped) {
 
     EXPECT_FALSE(server().wait_listening_for(std::chrono::milliseconds(0)));
     EXPECT_EQ(server().stop_listening(), 0);
+    ASSERT_TRUE(server().wait_listening_for(std::chrono::milliseconds(10000)));
     server().wait_listening();
     EXPECT_EQ(server().last_result(), 0);
     EXPECT_TRUE(logged("The cm rpc server wait listening."));
