@@ -17,6 +17,7 @@
 // service's own verdict stays in the response for the caller to check.
 #include <google/protobuf/service.h>
 
+#include <climits>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -50,14 +51,22 @@ protected:
     virtual bool create_stubs(google::protobuf::RpcChannel* channel) = 0;
     virtual void destroy_stubs() = 0;
 
-    // Runs one RPC of `stub` (opened beforehand by the caller).
+    // Unsigned time-outs beyond what a poll can wait are capped, not wrapped
+    // into a negative (endless) wait.
+    static int clamp_timeout(uint32_t timeout_ms) {
+        return timeout_ms > static_cast<uint32_t>(INT32_MAX) ? INT32_MAX
+                                                             : static_cast<int>(timeout_ms);
+    }
+
+    // Runs one RPC of `stub` (opened beforehand by the caller). A negative
+    // time-out counts as 0: no call may wait without end.
     template <class Stub, class Req, class Rsp>
     static int32_t invoke(Stub* stub,
                           void (Stub::*rpc)(google::protobuf::RpcController*, const Req*, Rsp*,
                                             google::protobuf::Closure*),
                           const Req& req, Rsp& rsp, int timeout_ms) {
         tvn_msg_rpc_controller controller;
-        controller.SetTimeout(timeout_ms);
+        controller.SetTimeout(timeout_ms < 0 ? 0 : timeout_ms);
         (stub->*rpc)(&controller, &req, &rsp, nullptr);
         return controller.Failed() ? controller.GetErrno() : 0;
     }
