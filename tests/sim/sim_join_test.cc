@@ -10,7 +10,7 @@ using sim_test::store_fixture;
 
 namespace {
 
-class join_test : public store_fixture {
+class sim_join : public store_fixture {
 protected:
     join_status state(uint32_t tenant) {
         join_status s;
@@ -28,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(join_test, AJoinRunsThenEndsJoined) {
+TEST_F(sim_join, AJoinRunsThenEndsJoined) {
     EXPECT_EQ(state(0).state, JOIN_STATE_NOT_JOINED);
     ASSERT_EQ(store_->join->start_join(0, "Administrator", "Admin@123"), 0);
     join_status s = state(0);
@@ -45,7 +45,7 @@ TEST_F(join_test, AJoinRunsThenEndsJoined) {
     EXPECT_EQ(state(1).state, JOIN_STATE_NOT_JOINED) << "join state is per tenant";
 }
 
-TEST_F(join_test, RefusedCredentialsEndNotJoinedWithTheirCode) {
+TEST_F(sim_join, RefusedCredentialsEndNotJoinedWithTheirCode) {
     struct {
         const char* what;
         const char* fqdn;  // "" = the tenant has no domain set
@@ -83,7 +83,7 @@ TEST_F(join_test, RefusedCredentialsEndNotJoinedWithTheirCode) {
     EXPECT_EQ(events[0].user_name, "Administrator");
 }
 
-TEST_F(join_test, OperationsAreRefusedWhileRunningAndOutOfTurn) {
+TEST_F(sim_join, OperationsAreRefusedWhileRunningAndOutOfTurn) {
     EXPECT_EQ(store_->join->start_leave(0, "Administrator"), SIM_JOIN_NOT_JOINED);
     ASSERT_EQ(store_->join->start_join(0, "Administrator", "Admin@123"), 0);
     EXPECT_EQ(store_->join->start_join(0, "Administrator", "Admin@123"), SIM_JOIN_IN_PROGRESS);
@@ -102,7 +102,7 @@ TEST_F(join_test, OperationsAreRefusedWhileRunningAndOutOfTurn) {
     EXPECT_EQ(s.version, 2u);
 }
 
-TEST_F(join_test, ARunningJoinFinishesAfterARestart) {
+TEST_F(sim_join, ARunningJoinFinishesAfterARestart) {
     ASSERT_EQ(store_->join->start_join(0, "joiner", "Join@123"), 0);
     reopen();
     EXPECT_EQ(state(0).state, JOIN_STATE_JOINING);
@@ -113,9 +113,9 @@ TEST_F(join_test, ARunningJoinFinishesAfterARestart) {
 
 // ---- directory ----------------------------------------------------------------
 
-class directory_test : public store_fixture {};
+class sim_directory : public store_fixture {};
 
-TEST_F(directory_test, AccountsByEveryName) {
+TEST_F(sim_directory, AccountsByEveryName) {
     struct {
         const char* name;
         account_scope scope;
@@ -145,7 +145,7 @@ TEST_F(directory_test, AccountsByEveryName) {
     EXPECT_FALSE(root_user->is_group);
 }
 
-TEST_F(directory_test, SidsAndIdsRoundTrip) {
+TEST_F(sim_directory, SidsAndIdsRoundTrip) {
     auto bob = store_->dir.account_by_name("CORP\\bob", account_scope::domain);
     ASSERT_TRUE(bob);
     auto by_sid = store_->dir.account_by_sid(bob->sid());
@@ -166,7 +166,7 @@ TEST_F(directory_test, SidsAndIdsRoundTrip) {
     EXPECT_FALSE(store_->dir.account_by_sid("S-1-5-21-1-2-3-4"));
 }
 
-TEST_F(directory_test, NamesResolveOnlyFromTheTables) {
+TEST_F(sim_directory, NamesResolveOnlyFromTheTables) {
     struct { const char* name; std::vector<std::string> ips; } cases[] = {
         {"localhost", {"127.0.0.1"}},
         {"client1", {"192.0.2.21"}},

@@ -30,7 +30,7 @@ public:
     bool failed = false;
 };
 
-class service_test : public store_fixture {
+class sim_service_calls : public store_fixture {
 protected:
     void SetUp() override {
         store_fixture::SetUp();
@@ -80,7 +80,7 @@ int64_t result_of(const google::protobuf::Message& rsp) {
     return 0;
 }
 
-TEST_F(service_test, EveryMethodOfEveryServiceAnswersWithAWholeReply) {
+TEST_F(sim_service_calls, EveryMethodOfEveryServiceAnswersWithAWholeReply) {
     sim_cifs_store_service cifs;
     sim_user_mapping_store_service mapping;
     sim_windows_user_store_service windows;
@@ -116,7 +116,7 @@ TEST_F(service_test, EveryMethodOfEveryServiceAnswersWithAWholeReply) {
     EXPECT_LT(refused, methods);
 }
 
-TEST_F(service_test, AnOfferedMethodIsNotRefusedAndAnOtherOneIs) {
+TEST_F(sim_service_calls, AnOfferedMethodIsNotRefusedAndAnOtherOneIs) {
     struct {
         google::protobuf::Service* svc;
         const char* method;
@@ -144,7 +144,7 @@ TEST_F(service_test, AnOfferedMethodIsNotRefusedAndAnOtherOneIs) {
     }
 }
 
-TEST_F(service_test, SharesThroughTheService) {
+TEST_F(sim_service_calls, SharesThroughTheService) {
     tvn_nfs_add_share_req add = sim_test::add_req("/fs1/share1", 0, 7);
     tvn_nfs_add_share_rsp added;
     call(*nfs_, "add_share", add, added);
@@ -183,7 +183,7 @@ TEST_F(service_test, SharesThroughTheService) {
     EXPECT_FALSE(got.has_share_info());
 }
 
-TEST_F(service_test, ConfigurationPairsAndTenants) {
+TEST_F(sim_service_calls, ConfigurationPairsAndTenants) {
     tvn_settenant_cfg_req set;
     auto* p = set.add_config();
     p->set_tenant_id(1);
@@ -219,7 +219,7 @@ TEST_F(service_test, ConfigurationPairsAndTenants) {
     EXPECT_EQ(tenants.tenant_info_size(), 2);
 }
 
-TEST_F(service_test, JoinThroughDiagnoseIsSeenByLookup) {
+TEST_F(sim_service_calls, JoinThroughDiagnoseIsSeenByLookup) {
     tvn_join_domain_req join;
     join.set_tenant_id(0);
     join.set_admin_account("Administrator");
@@ -253,7 +253,7 @@ TEST_F(service_test, JoinThroughDiagnoseIsSeenByLookup) {
     EXPECT_EQ(mp.name(), "NAS-SIM$@CORP.EXAMPLE.COM");
 }
 
-TEST_F(service_test, ConnectivityAnsweredFromTheTables) {
+TEST_F(sim_service_calls, ConnectivityAnsweredFromTheTables) {
     struct {
         TvnConnectType type;
         const char* address;
@@ -291,7 +291,7 @@ TEST_F(service_test, ConnectivityAnsweredFromTheTables) {
     EXPECT_EQ(rsp.status(), 0);
 }
 
-TEST_F(service_test, AccountLookupsByNameSidAndId) {
+TEST_F(sim_service_calls, AccountLookupsByNameSidAndId) {
     tvn_lookup_userinfo_by_name_req byname;
     byname.set_name("CORP\\alice");
     byname.set_dest(LOOKUP_ON_AD);
@@ -324,7 +324,7 @@ TEST_F(service_test, AccountLookupsByNameSidAndId) {
     EXPECT_EQ(c.result().win_cred().gsids_size(), 2);
 }
 
-TEST_F(service_test, HostsResolveOnlyFromTheTables) {
+TEST_F(sim_service_calls, HostsResolveOnlyFromTheTables) {
     struct { const char* name; int32_t status; const char* first; } cases[] = {
         {"client2", 0, "192.0.2.22"},
         {"localhost", 0, "127.0.0.1"},
@@ -351,7 +351,7 @@ TEST_F(service_test, HostsResolveOnlyFromTheTables) {
     EXPECT_EQ(matched.matched_index(), 1u);
 }
 
-TEST_F(service_test, KernelAgentAnswersFromTheInventory) {
+TEST_F(sim_service_calls, KernelAgentAnswersFromTheInventory) {
     struct { const char* value; int32_t result; const char* answer; } cases[] = {
         {"fs2", 0, "2"}, {"1:vs1_fs1", 0, "101"}, {"vs1_fs1", SIM_ERR_NOT_FOUND, ""},
         {"x:fs1", SIM_ERR_INVALID, ""},

@@ -19,9 +19,9 @@ using sim_test::store_fixture;
 
 namespace {
 
-class nfs_store_test : public store_fixture {};
+class sim_nfs_store : public store_fixture {};
 
-TEST_F(nfs_store_test, IdentifiersStartAtOneAndAreNeverReused) {
+TEST_F(sim_nfs_store, IdentifiersStartAtOneAndAreNeverReused) {
     EXPECT_EQ(add_share("/fs1/a"), 1u);
     EXPECT_EQ(add_share("/fs1/b"), 2u);
     std::string desc;
@@ -35,7 +35,7 @@ TEST_F(nfs_store_test, IdentifiersStartAtOneAndAreNeverReused) {
     EXPECT_EQ(auth_id, 1u);
 }
 
-TEST_F(nfs_store_test, DuplicatesAreRefusedWithTextPerTenant) {
+TEST_F(sim_nfs_store, DuplicatesAreRefusedWithTextPerTenant) {
     add_share("/fs1/a", 0);
     struct {
         const char* what;
@@ -62,7 +62,7 @@ TEST_F(nfs_store_test, DuplicatesAreRefusedWithTextPerTenant) {
     EXPECT_NE(desc.find("name"), std::string::npos) << desc;
 }
 
-TEST_F(nfs_store_test, GetModifyDeleteStayInsideTheTenant) {
+TEST_F(sim_nfs_store, GetModifyDeleteStayInsideTheTenant) {
     const uint64_t id = add_share("/fs1/a", 1, 1, "first");
     mul_vstore_nfs_share s;
     std::string desc;
@@ -89,7 +89,7 @@ TEST_F(nfs_store_test, GetModifyDeleteStayInsideTheTenant) {
     EXPECT_EQ(store_->nfs.get_share(id, 1, &s, desc), SIM_ERR_NOT_FOUND);
 }
 
-TEST_F(nfs_store_test, DeletingAShareTakesItsPermissions) {
+TEST_F(sim_nfs_store, DeletingAShareTakesItsPermissions) {
     const uint64_t id = add_share("/fs1/a");
     tvn_nfs_create_auth_req a;
     a.set_share_id(id);
@@ -110,10 +110,10 @@ struct walk_case {
     bool by_cursor;
 };
 
-class share_paging_test : public store_fixture,
+class sim_share_paging : public store_fixture,
                           public ::testing::WithParamInterface<walk_case> {};
 
-TEST_P(share_paging_test, WalksEveryShareOnceInOrder) {
+TEST_P(sim_share_paging, WalksEveryShareOnceInOrder) {
     const walk_case& c = GetParam();
     // Paths sort differently from identifiers: the number is reversed.
     constexpr int kShares = 257;
@@ -158,7 +158,7 @@ TEST_P(share_paging_test, WalksEveryShareOnceInOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    orders, share_paging_test,
+    sim_orders, sim_share_paging,
     ::testing::Values(
         walk_case{"id_default_offset", false, TVN_NFSLISTDEFAULT, TVN_NFS_SHARE_SORT_DEFAULT, false},
         walk_case{"id_desc_offset", true, TVN_NFSBYSHAREID, TVN_NFS_SHARE_SORT_DESCEND, false},
@@ -170,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(
         walk_case{"path_desc_cursor", true, TVN_NFSBYSHAREPATH, TVN_NFS_SHARE_SORT_DESCEND, true}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(nfs_store_test, OffsetCountsFromOneAndZeroCountIsTheDefaultPage) {
+TEST_F(sim_nfs_store, OffsetCountsFromOneAndZeroCountIsTheDefaultPage) {
     for (int i = 0; i < 150; ++i) add_share(fmt::format("/fs1/p{}", i));
     tvn_nfs_show_share_req req = sim_test::show_req();
     tvn_nfs_show_share_rsp rsp;
@@ -187,7 +187,7 @@ TEST_F(nfs_store_test, OffsetCountsFromOneAndZeroCountIsTheDefaultPage) {
     EXPECT_EQ(rsp.share_info(0).share_id(), 3u);
 }
 
-TEST_F(nfs_store_test, CursorOnAVanishedShareIsRefusedWhenSortedByPath) {
+TEST_F(sim_nfs_store, CursorOnAVanishedShareIsRefusedWhenSortedByPath) {
     const uint64_t a = add_share("/fs1/a");
     add_share("/fs1/b");
     std::string desc;
@@ -204,7 +204,7 @@ TEST_F(nfs_store_test, CursorOnAVanishedShareIsRefusedWhenSortedByPath) {
     EXPECT_EQ(rsp.share_info_size(), 1);
 }
 
-TEST_F(nfs_store_test, FiltersSelectAndCountsAgreeWithLists) {
+TEST_F(sim_nfs_store, FiltersSelectAndCountsAgreeWithLists) {
     add_share("/fs1/alpha", 0, 1, "finance data");
     add_share("/fs1/beta", 0, 1, "hr");
     add_share("/fs2/alpha2", 0, 2, "finance archive");
@@ -253,7 +253,7 @@ TEST_F(nfs_store_test, FiltersSelectAndCountsAgreeWithLists) {
     }
 }
 
-TEST_F(nfs_store_test, ListOnlyFiltersByIdsNamesAndFlags) {
+TEST_F(sim_nfs_store, ListOnlyFiltersByIdsNamesAndFlags) {
     add_share("/fs1/a");
     add_share("/fs1/b");
     tvn_nfs_add_share_req c = sim_test::add_req("/fs1/c");
@@ -292,7 +292,7 @@ TEST_F(nfs_store_test, ListOnlyFiltersByIdsNamesAndFlags) {
     EXPECT_EQ(count_of([](auto& l) { l.set_version(0); }), 3);
 }
 
-TEST_F(nfs_store_test, LookupsByNameAndByClient) {
+TEST_F(sim_nfs_store, LookupsByNameAndByClient) {
     const uint64_t id = add_share("/fs1/named", 2);
     uint64_t found = 0;
     std::string desc;
@@ -311,7 +311,7 @@ TEST_F(nfs_store_test, LookupsByNameAndByClient) {
     EXPECT_EQ(store_->nfs.auth_id_by_client(2, id, "client2", found, desc), SIM_ERR_NOT_FOUND);
 }
 
-TEST_F(nfs_store_test, PermissionDefaultsDuplicatesAndMerge) {
+TEST_F(sim_nfs_store, PermissionDefaultsDuplicatesAndMerge) {
     const uint64_t id = add_share("/fs1/a");
     tvn_nfs_create_auth_req a;  // only the share: "*" read-only
     a.set_share_id(id);
@@ -342,7 +342,7 @@ TEST_F(nfs_store_test, PermissionDefaultsDuplicatesAndMerge) {
     EXPECT_EQ(p.opts_flag(), 1063u);
 }
 
-TEST_F(nfs_store_test, PermissionListsSortFilterAndCountAlike) {
+TEST_F(sim_nfs_store, PermissionListsSortFilterAndCountAlike) {
     const uint64_t s1 = add_share("/fs1/a");
     const uint64_t s2 = add_share("/fs1/b");
     struct { uint64_t share; const char* host; const char* options; } grants[] = {
@@ -413,7 +413,7 @@ TEST_F(nfs_store_test, PermissionListsSortFilterAndCountAlike) {
 
 // ---- option lists and client classes ----------------------------------------
 
-TEST(nfs_options, MergeReplacesByCategoryAndKeepsTheRest) {
+TEST(sim_nfs_options, MergeReplacesByCategoryAndKeepsTheRest) {
     struct { const char* stored; const char* change; const char* merged; } cases[] = {
         {"sync,all_squash,root_squash,ro,insecure", "rw,", "sync,all_squash,root_squash,rw,insecure"},
         {"sync,ro", "async,no_root_squash,", "async,ro,no_root_squash"},
@@ -426,7 +426,7 @@ TEST(nfs_options, MergeReplacesByCategoryAndKeepsTheRest) {
         EXPECT_EQ(merge_export_options(c.stored, c.change), c.merged) << c.stored << " + " << c.change;
 }
 
-TEST(nfs_options, ClientKinds) {
+TEST(sim_nfs_options, ClientKinds) {
     struct { const char* name; nfs_client_kind kind; } cases[] = {
         {"*", NFS_CLIENT_ANY},          {"@ng", NFS_CLIENT_NETGROUP},
         {"192.0.2.0/24", NFS_CLIENT_NETWORK}, {"10.0.0.1", NFS_CLIENT_IP},
@@ -439,7 +439,7 @@ TEST(nfs_options, ClientKinds) {
 
 // ---- configuration pairs ------------------------------------------------------
 
-class conf_store_test : public store_fixture {
+class sim_conf_store : public store_fixture {
 protected:
     void set(uint32_t tenant, const std::vector<std::pair<std::string, std::string>>& pairs,
              const std::string& family = "") {
@@ -463,7 +463,7 @@ protected:
     }
 };
 
-TEST_F(conf_store_test, GetReturnsOnePairPerKeySetInTheOrderAsked) {
+TEST_F(sim_conf_store, GetReturnsOnePairPerKeySetInTheOrderAsked) {
     set(0, {{"fqdn", "corp.example.com"}, {"ddns_ttl", "60"}});
     set(1, {{"fqdn", "other.example.com"}});
     EXPECT_EQ(keys(0, {"ddns_ttl", "nosuch", "fqdn"}),
@@ -473,7 +473,7 @@ TEST_F(conf_store_test, GetReturnsOnePairPerKeySetInTheOrderAsked) {
     EXPECT_EQ(keys(0, {"fqdn"}), (std::vector<std::string>{"fqdn=changed"}));
 }
 
-TEST_F(conf_store_test, FamiliesAndLikeDeletion) {
+TEST_F(sim_conf_store, FamiliesAndLikeDeletion) {
     set(0, {{"ldap_base_dn", "dc=corp"}, {"ldap_port", "389"}}, "ldap");
     set(0, {{"DNS_DOM0", "a"}, {"DNS_DOM1", "b"}, {"DNS_IP", "192.0.2.53"}});
     EXPECT_EQ(keys(0, {}, "ldap"),
@@ -487,7 +487,7 @@ TEST_F(conf_store_test, FamiliesAndLikeDeletion) {
     EXPECT_EQ(keys(0, {"DNS_DOM0", "DNS_IP"}), (std::vector<std::string>{"DNS_IP=192.0.2.53"}));
 }
 
-TEST(like_match, Wildcards) {
+TEST(sim_like_match, Wildcards) {
     struct { const char* p; const char* t; bool m; } cases[] = {
         {"abc", "abc", true}, {"abc", "abcd", false}, {"a%", "abcd", true}, {"%d", "abcd", true},
         {"a_c", "abc", true}, {"a_c", "ac", false},  {"%b%", "abc", true}, {"%", "", true},
@@ -496,7 +496,7 @@ TEST(like_match, Wildcards) {
     for (const auto& c : cases) EXPECT_EQ(like_match(c.p, c.t), c.m) << c.p << " ~ " << c.t;
 }
 
-TEST_F(conf_store_test, AWriteWithABadPairWritesNothing) {
+TEST_F(sim_conf_store, AWriteWithABadPairWritesNothing) {
     tvn_settenant_cfg_req req;
     auto* good = req.add_config();
     good->set_tenant_id(0);
@@ -511,7 +511,7 @@ TEST_F(conf_store_test, AWriteWithABadPairWritesNothing) {
     EXPECT_TRUE(keys(0).empty());
 }
 
-TEST_F(conf_store_test, TenantsComeAndGo) {
+TEST_F(sim_conf_store, TenantsComeAndGo) {
     EXPECT_TRUE(store_->conf.tenant_exists(0));
     EXPECT_TRUE(store_->conf.tenant_exists(1));  // seeded
     EXPECT_FALSE(store_->conf.tenant_exists(7));
@@ -526,9 +526,9 @@ TEST_F(conf_store_test, TenantsComeAndGo) {
 
 // ---- seed and schema ------------------------------------------------------------
 
-class seed_test : public store_fixture {};
+class sim_seed : public store_fixture {};
 
-TEST_F(seed_test, DefaultSeedIsWrittenOnceAndDocumentedContentIsThere) {
+TEST_F(sim_seed, DefaultSeedIsWrittenOnceAndDocumentedContentIsThere) {
     EXPECT_TRUE(store_->seeded_now());
     auto fs = store_->inv.fs_by_name(0, "fs2");
     ASSERT_TRUE(fs);
@@ -541,7 +541,7 @@ TEST_F(seed_test, DefaultSeedIsWrittenOnceAndDocumentedContentIsThere) {
     EXPECT_FALSE(store_->seeded_now());
 }
 
-TEST_F(seed_test, AFileReplacesTheSeedButKeepsShares) {
+TEST_F(sim_seed, AFileReplacesTheSeedButKeepsShares) {
     add_share("/fs1/kept");
     const std::string file = root_.root() + "/seed.json";
     std::ofstream(file) << R"({"file_systems": [{"id": 42, "name": "big"}],
@@ -559,7 +559,7 @@ TEST_F(seed_test, AFileReplacesTheSeedButKeepsShares) {
     EXPECT_EQ(store_->nfs.get_share(1, 0, &s, desc), 0) << "shares are not seed data";
 }
 
-TEST_F(seed_test, ABadSeedIsRefusedWholeAndNamesTheFault) {
+TEST_F(sim_seed, ABadSeedIsRefusedWholeAndNamesTheFault) {
     struct { const char* text; const char* fault; } cases[] = {
         {"not json", "not valid JSON"},
         {R"({"file_systems": [{"name": "x"}]})", "file_systems[0]"},
