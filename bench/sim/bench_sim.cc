@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 #include <random>
 #include <string>
 #include <thread>
@@ -71,40 +72,53 @@ std::vector<double> time_calls(int n, F&& f) {
 
 // The baseline: one REQ/REP exchange per call over TCP on loopback with
 // frames of the sizes the RPC exchanges, no broker and no work behind it.
-stats raw_zmq(size_t request_bytes, size_t reply_bytes) {
-    void* ctx = zmq_ctx_new();
-    const std::string ep = "tcp://127.0.0.1:" + std::to_string(free_port());
-    void* rep = zmq_socket(ctx, ZMQ_REP);
-    zmq_bind(rep, ep.c_str());
-    std::atomic<bool> done{false};
-    std::thread server([&] {
-        std::vector<char> in(64 * 1024), out(reply_bytes, 'r');
-        int timeout = 100;
-        zmq_setsockopt(rep, ZMQ_RCVTIMEO, &timeout, sizeof(timeout));
-        while (!done) {
-            if (zmq_recv(rep, in.data(), in.size(), 0) < 0) continue;
-            zmq_send(rep, out.data(), out.size(), 0);
-        }
-    });
-    void* req = zmq_socket(ctx, ZMQ_REQ);
-    zmq_connect(req, ep.c_str());
-    std::vector<char> out(request_bytes, 'q'), in(64 * 1024);
-    auto once = [&](int) {
-        zmq_send(req, out.data(), out.size(), 0);
-        zmq_recv(req, in.data(), in.size(), 0);
-    };
-    time_calls(kWarmup, once);
-    auto us = time_calls(kCalls, once);
-    done = true;
-    server.join();
-    int linger = 0;
-    zmq_setsockopt(req, ZMQ_LINGER, &linger, sizeof(linger));
-    zmq_setsockopt(rep, ZMQ_LINGER, &linger, sizeof(linger));
-    zmq_close(req);
-    zmq_close(rep);
-    zmq_ctx_term(ctx);
-    return summarise(us);
-}
+class raw_zmq {
+public:
+    raw_zmq() : ctx_(zmq_ctx_new()) {
+        const std::string ep = "tcp://127.0.0.1:" + std::to_string(free_port());
+        rep_ = zmq_socket(ctx_, ZMQ_REP);
+        zmq_bind(rep_, ep.c_str());
+        server_ = std::thread([this] {
+            std::vector<char> in(64 * 1024);
+            int timeout = 100;
+            zmq_setsockopt(rep_, ZMQ_RCVTIMEO, &timeout, sizeof(timeout));
+            while (!done_) {
+                if (zmq_recv(rep_, in.data(), in.size(), 0) < 0) continue;
+                zmq_send(rep_, reply_.data(), reply_.size(), 0);
+            }
+        });
+        req_ = zmq_socket(ctx_, ZMQ_REQ);
+        zmq_connect(req_, ep.c_str());
+    }
+    ~raw_zmq() {
+        done_ = true;
+        server_.join();
+        int linger = 0;
+        zmq_setsockopt(req_, ZMQ_LINGER, &linger, sizeof(linger));
+        zmq_setsockopt(rep_, ZMQ_LINGER, &linger, sizeof(linger));
+        zmq_close(req_);
+        zmq_close(rep_);
+        zmq_ctx_term(ctx_);
+    }
+    // Frame sizes, set before the first call.
+    void sizes(size_t request_bytes, size_t reply_bytes) {
+        request_.assign(request_bytes, 'q');
+        reply_.assign(reply_bytes, 'r');
+    }
+    void call() {
+        zmq_send(req_, request_.data(), request_.size(), 0);
+        zmq_recv(req_, in_, sizeof(in_), 0);
+    }
+
+private:
+    void* ctx_;
+    void* rep_ = nullptr;
+    void* req_ = nullptr;
+    std::thread server_;
+    std::atomic<bool> done_{false};
+    std::string request_, reply_;
+    char in_[64 * 1024];
+};
 
 }  // namespace
 
@@ -178,8 +192,20 @@ int main() {
         rsp_bytes = rsp.ByteSizeLong();
     };
     time_calls(kWarmup, get_one);
-    auto rpc_us = time_calls(kCalls, get_one);
+    auto baseline = std::make_unique<raw_zmq>();
+    baseline->sizes(req_bytes, rsp_bytes);
+    time_calls(kWarmup, [&](int) { baseline->call(); });
+    // Blocks of each in turn, so that the machine's ups and downs fall on both.
+    std::vector<double> rpc_us, raw_us;
+    for (int block = 0; block < 10; ++block) {
+        auto a = time_calls(kCalls / 10, get_one);
+        auto b = time_calls(kCalls / 10, [&](int) { baseline->call(); });
+        rpc_us.insert(rpc_us.end(), a.begin(), a.end());
+        raw_us.insert(raw_us.end(), b.begin(), b.end());
+    }
+    baseline.reset();
     stats rpc = summarise(rpc_us);
+    stats raw = summarise(raw_us);
 
     auto page_all = [&](bool by_cursor, int& pages, size_t& listed) {
         tvn_nfs_show_share_req req;
@@ -224,8 +250,6 @@ int main() {
     server.stop();
     serving.join();
     server.unregister();
-
-    stats raw = raw_zmq(req_bytes, rsp_bytes);
 
     std::printf("tvn_sim store of %d shares (filled in %.2f s, one transaction each)\n", kShares,
                 fill_s);
