@@ -12,11 +12,19 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
+#include <initializer_list>
+#include <memory>
+
+#include "talvane_util.h"
 #include "test_sysroot_guard.h"
 #include "tvn_log.h"
 #include "tvn_msg_rpc_server.h"
@@ -199,6 +207,122 @@ private:
     tvn_msg_rpc_server server_;
     int init_rc_ = 0;
     std::atomic<int> start_rc_{0};
+    std::thread thread_;
+};
+
+// Sets every required field still missing (recursively) to its default, so
+// that a record can cross the wire without the test spelling it out.
+inline void fill_required(google::protobuf::Message& m) {
+    using FD = google::protobuf::FieldDescriptor;
+    const auto* d = m.GetDescriptor();
+    const auto* r = m.GetReflection();
+    for (int i = 0; i < d->field_count(); ++i) {
+        const FD* f = d->field(i);
+        if (!f->is_required()) continue;
+        if (f->cpp_type() == FD::CPPTYPE_MESSAGE) {
+            fill_required(*r->MutableMessage(&m, f));
+            continue;
+        }
+        if (r->HasField(m, f)) continue;
+        switch (f->cpp_type()) {
+        case FD::CPPTYPE_INT32: r->SetInt32(&m, f, f->default_value_int32()); break;
+        case FD::CPPTYPE_INT64: r->SetInt64(&m, f, f->default_value_int64()); break;
+        case FD::CPPTYPE_UINT32: r->SetUInt32(&m, f, f->default_value_uint32()); break;
+        case FD::CPPTYPE_UINT64: r->SetUInt64(&m, f, f->default_value_uint64()); break;
+        case FD::CPPTYPE_DOUBLE: r->SetDouble(&m, f, f->default_value_double()); break;
+        case FD::CPPTYPE_FLOAT: r->SetFloat(&m, f, f->default_value_float()); break;
+        case FD::CPPTYPE_BOOL: r->SetBool(&m, f, f->default_value_bool()); break;
+        case FD::CPPTYPE_ENUM: r->SetEnum(&m, f, f->default_value_enum()); break;
+        case FD::CPPTYPE_STRING: r->SetString(&m, f, f->default_value_string()); break;
+        default: break;
+        }
+    }
+}
+
+template <class T>
+T filled() {
+    T m;
+    fill_required(m);
+    return m;
+}
+
+// The default answer (required fields at their defaults) of whichever method
+// of the given services carries this id; empty when none does.
+inline std::string default_response(uint32_t id,
+                                    std::initializer_list<const google::protobuf::ServiceDescriptor*> services) {
+    for (const auto* service : services)
+        for (int i = 0; i < service->method_count(); ++i) {
+            const auto* method = service->method(i);
+            if (talvane_util::method_id(method->full_name()) != id) continue;
+            std::unique_ptr<google::protobuf::Message> rsp(
+                google::protobuf::MessageFactory::generated_factory()
+                    ->GetPrototype(method->output_type())
+                    ->New());
+            fill_required(*rsp);
+            return rsp->SerializeAsString();
+        }
+    return std::string();
+}
+
+// A bare ROUTER peer standing in for a daemon: records every request frame
+// (with the routing identity of its connection) and answers with whatever
+// `answer` returns for it (no answer: the caller times out).
+class raw_rpc_peer {
+public:
+    struct seen {
+        std::string identity;
+        uint32_t id = 0;
+        uint32_t ext = 0;
+        std::string payload;
+    };
+    // Returns false to leave a request unanswered.
+    using answer_fn = std::function<bool(const seen& request, std::string& response)>;
+
+    raw_rpc_peer(int port, answer_fn answer) : answer_(std::move(answer)) {
+        router_ = env_.socket(ZMQ_ROUTER);
+        bound_ = zmq_bind(router_, tcp_endpoint(port).c_str()) == 0;
+        thread_ = std::thread([this] { run(); });
+    }
+    ~raw_rpc_peer() {
+        stop_ = true;
+        thread_.join();
+    }
+    bool bound() const { return bound_; }
+    std::vector<seen> requests() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return seen_;
+    }
+    std::size_t count() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return seen_.size();
+    }
+
+private:
+    void run() {
+        while (!stop_) {
+            auto parts = recv_parts(router_, 10);
+            if (parts.size() != 3 || parts[2].size() < 8) continue;
+            seen r;
+            r.identity = parts[0];
+            std::memcpy(&r.id, parts[2].data(), 4);
+            std::memcpy(&r.ext, parts[2].data() + 4, 4);
+            r.payload = parts[2].substr(8);
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                seen_.push_back(r);
+            }
+            std::string response;
+            if (answer_(r, response)) send_parts(router_, {r.identity, "", frame_bytes(r.id, 0, response)});
+        }
+    }
+
+    zmq_env env_;
+    void* router_ = nullptr;
+    bool bound_ = false;
+    answer_fn answer_;
+    std::mutex mutex_;
+    std::vector<seen> seen_;
+    std::atomic<bool> stop_{false};
     std::thread thread_;
 };
 
