@@ -442,6 +442,45 @@ TEST_F(sim_e2e, RequestsThatMakeNoSenseLeaveItServing) {
     EXPECT_EQ(refused.result(), -95);
 }
 
+TEST(sim_startup, ASeedFileReplacesTheBuiltInOne) {
+    scoped_sysroot root;
+    const std::string file = root.root() + "/seed.json";
+    {
+        // The printed built-in seed is the file format: edit it and feed it back.
+        sim_process p;
+        ASSERT_EQ(p.run_to_exit(root.root(), {"--print-seed"}), 0);
+        auto at = p.output.find("\"fs3\"");
+        ASSERT_NE(at, std::string::npos) << p.output;
+        p.output.replace(at, 5, "\"scratch\"");
+        FILE* f = std::fopen(file.c_str(), "w");
+        ASSERT_NE(f, nullptr);
+        std::fputs(p.output.c_str(), f);
+        std::fclose(f);
+    }
+    sim_process sim;
+    ASSERT_TRUE(sim.start(root.root(), {"--seed", file, "--daemons", "kagent"})) << sim.output;
+    sim_client kagent(sim.port("kernel agent"));
+    tvn_ka_pum_req req;
+    req.set_module("fs");
+    req.set_cmdstr("get_fsid_by_name");
+    req.set_value("0:scratch");
+    tvn_ka_pum_rsp rsp;
+    ASSERT_EQ(kagent.call(&tvn_kagent_service_Stub::kagent_pum, req, rsp), 0);
+    EXPECT_EQ(rsp.result(), 0);
+    EXPECT_EQ(rsp.value(), "3");
+    req.set_value("0:fs3");
+    ASSERT_EQ(kagent.call(&tvn_kagent_service_Stub::kagent_pum, req, rsp), 0);
+    EXPECT_EQ(rsp.result(), -2);
+    EXPECT_EQ(sim.stop(), 0);
+
+    sim_process bad;
+    std::FILE* f = std::fopen(file.c_str(), "w");
+    std::fputs("{\"file_systems\": 5}", f);
+    std::fclose(f);
+    EXPECT_EQ(bad.run_to_exit(root.root(), {"--seed", file}), 1);
+    EXPECT_NE(bad.output.find("file_systems"), std::string::npos) << bad.output;
+}
+
 TEST(sim_startup, BadOptionsAndBusyPortsEndWithAReason) {
     scoped_sysroot root;
     {
