@@ -13,7 +13,6 @@
 #include <string>
 #include <thread>
 
-#include "sim_client.h"
 #include "sim_process.h"
 #include "talvane_diagnose.pb.h"
 #include "talvane_kagent.pb.h"
@@ -21,11 +20,17 @@
 #include "talvane_store_conf.pb.h"
 #include "talvane_store_nfs.pb.h"
 #include "test_sysroot_guard.h"
+#include "tvn_auth_api.h"
+#include "tvn_kagent_api.h"
+#include "tvn_store_conf_api.h"
+#include "tvn_store_nfs_api.h"
 
 namespace {
 
-using nfs = tvn_store_nfs_service_Stub;
-using conf = tvn_store_conf_service_Stub;
+// Time-outs as the service's commands use them.
+constexpr int kStoreMs = 30000;
+constexpr int kReadMs = 10000;
+constexpr int kJoinMs = 25000;
 
 tvn_nfs_add_share_req add_req(const std::string& path, uint32_t tenant = 0, uint64_t fsid = 1,
                               const std::string& comment = "") {
@@ -73,12 +78,16 @@ protected:
 
     void start(std::vector<std::string> extra = {}) {
         ASSERT_TRUE(sim_.start(root_.root(), extra)) << sim_.output;
-        store_ = std::make_unique<sim_client>(sim_.port("store daemon"));
-        auth_ = std::make_unique<sim_client>(sim_.port("authentication daemon"));
-        kagent_ = std::make_unique<sim_client>(sim_.port("kernel agent"));
+        // The service's own client wrappers, pointed at this run's ports.
+        nfs_ = std::make_unique<tvn_store_nfs_api>("127.0.0.1", false, sim_.port("store daemon"));
+        conf_ = std::make_unique<tvn_store_conf_api>("127.0.0.1", false, sim_.port("store daemon"));
+        auth_ = std::make_unique<tvn_auth_api>("127.0.0.1", false, 1,
+                                               sim_.port("authentication daemon"));
+        kagent_ = std::make_unique<tvn_kagent_api>("127.0.0.1", false, 1, sim_.port("kernel agent"));
     }
     void drop_clients() {
-        store_.reset();
+        nfs_.reset();
+        conf_.reset();
         auth_.reset();
         kagent_.reset();
     }
@@ -86,7 +95,7 @@ protected:
     uint64_t add(const std::string& path, uint32_t tenant = 0, uint64_t fsid = 1,
                  const std::string& comment = "") {
         tvn_nfs_add_share_rsp rsp;
-        EXPECT_EQ(store_->call(&nfs::add_share, add_req(path, tenant, fsid, comment), rsp), 0);
+        EXPECT_EQ(nfs_->add_share(add_req(path, tenant, fsid, comment), rsp, kStoreMs), 0);
         EXPECT_EQ(rsp.status().result(), 0) << rsp.status().desc();
         return rsp.share_id();
     }
@@ -96,13 +105,13 @@ protected:
         req.set_share_id(id);
         req.set_tenant_id(tenant);
         tvn_nfs_get_share_rsp rsp;
-        EXPECT_EQ(store_->call(&nfs::get_share, req, rsp), 0);
+        EXPECT_EQ(nfs_->get_share(req, rsp, kStoreMs), 0);
         return rsp.status().result() == 0;
     }
 
     uint32_t count_all() {
         tvn_nfs_get_share_count_rsp rsp;
-        EXPECT_EQ(store_->call(&nfs::get_share_count, count_req(), rsp), 0);
+        EXPECT_EQ(nfs_->get_share_count(count_req(), rsp, kStoreMs), 0);
         EXPECT_EQ(rsp.status().result(), 0);
         return rsp.count();
     }
@@ -111,13 +120,16 @@ protected:
         tvn_lookup_join_state_req req;
         req.set_tenant_id(tenant);
         tvn_lookup_join_state_rsp rsp;
-        EXPECT_EQ(auth_->call(&tvn_lookup_service_Stub::lookup_join_state, req, rsp), 0);
+        EXPECT_EQ(auth_->join_state(req, rsp, kReadMs), 0);
         return rsp;
     }
 
     scoped_sysroot root_;
     sim_process sim_;
-    std::unique_ptr<sim_client> store_, auth_, kagent_;
+    std::unique_ptr<tvn_store_nfs_api> nfs_;
+    std::unique_ptr<tvn_store_conf_api> conf_;
+    std::unique_ptr<tvn_auth_api> auth_;
+    std::unique_ptr<tvn_kagent_api> kagent_;
 };
 
 TEST_F(sim_e2e, IdentifiersAndDuplicates) {
@@ -135,7 +147,7 @@ TEST_F(sim_e2e, IdentifiersAndDuplicates) {
     };
     for (const auto& c : cases) {
         tvn_nfs_add_share_rsp rsp;
-        ASSERT_EQ(store_->call(&nfs::add_share, c.req, rsp), 0) << c.what;
+        ASSERT_EQ(nfs_->add_share(c.req, rsp, kStoreMs), 0) << c.what;
         EXPECT_EQ(rsp.status().result(), c.result) << c.what;
         EXPECT_FALSE(rsp.status().desc().empty()) << c.what;
         if (c.result == 0) {
@@ -147,11 +159,11 @@ TEST_F(sim_e2e, IdentifiersAndDuplicates) {
     a.set_share_id(1);
     a.set_hostname("client1");
     tvn_nfs_create_auth_rsp created;
-    ASSERT_EQ(store_->call(&nfs::create_auth, a, created), 0);
+    ASSERT_EQ(nfs_->create_auth(a, created, kStoreMs), 0);
     EXPECT_EQ(created.status().result(), 0);
     EXPECT_EQ(created.auth_id(), 1u);
     a.set_hostname("CLIENT1");
-    ASSERT_EQ(store_->call(&nfs::create_auth, a, created), 0);
+    ASSERT_EQ(nfs_->create_auth(a, created, kStoreMs), 0);
     EXPECT_EQ(created.status().result(), -17);
     EXPECT_NE(created.status().desc().find("CLIENT1"), std::string::npos);
 
@@ -159,7 +171,7 @@ TEST_F(sim_e2e, IdentifiersAndDuplicates) {
     q.set_host_name("client1");
     q.set_share_id(1);
     tvn_nfs_query_permission_byaccnessname_rsp found;
-    ASSERT_EQ(store_->call(&nfs::get_share_permissionid_by_access_name, q, found), 0);
+    ASSERT_EQ(nfs_->get_share_permissionid_by_access_name(q, found, kStoreMs), 0);
     EXPECT_EQ(found.rsp_status(), 0);
     EXPECT_EQ(found.permisson_id(), 1u);
 }
@@ -191,7 +203,7 @@ TEST_F(sim_e2e, PagingThroughThousandsOfSharesMissesAndRepeatsNone) {
         size_t listed = 0;
         for (int page = 0; page < kShares; ++page) {
             tvn_nfs_show_share_rsp rsp;
-            ASSERT_EQ(store_->call(&nfs::show_share, req, rsp), 0) << m.name;
+            ASSERT_EQ(nfs_->show_share(req, rsp, kStoreMs), 0) << m.name;
             ASSERT_EQ(rsp.status().result(), 0) << m.name << rsp.status().desc();
             for (const auto& s : rsp.share_info()) {
                 EXPECT_TRUE(seen.insert(s.share_id()).second) << m.name << ": repeated " << s.share_id();
@@ -245,7 +257,7 @@ TEST_F(sim_e2e, FiltersSortsAndCountsAgree) {
         l.set_list_type(TVN_NFSBYSHAREPATH);
         l.set_sort_type(TVN_NFS_SHARE_SORT_DESCEND);
         tvn_nfs_show_share_rsp listed;
-        ASSERT_EQ(store_->call(&nfs::show_share, l, listed), 0);
+        ASSERT_EQ(nfs_->show_share(l, listed, kStoreMs), 0);
         std::vector<std::string> paths;
         for (const auto& s : listed.share_info()) paths.push_back(s.path());
         EXPECT_EQ(paths, c.by_path_desc) << c.name;
@@ -255,7 +267,7 @@ TEST_F(sim_e2e, FiltersSortsAndCountsAgree) {
         n.set_path(c.path);
         n.set_comment(c.comment);
         tvn_nfs_get_share_count_rsp counted;
-        ASSERT_EQ(store_->call(&nfs::get_share_count, n, counted), 0);
+        ASSERT_EQ(nfs_->get_share_count(n, counted, kStoreMs), 0);
         EXPECT_EQ(counted.count(), paths.size()) << c.name;
     }
 }
@@ -268,7 +280,7 @@ TEST_F(sim_e2e, DataSurvivesARestart) {
     p->set_key("fqdn");
     p->set_value("corp.example.com");
     tvn_conf_common_rsp done;
-    ASSERT_EQ(store_->call(&conf::set_tenant_config, set, done), 0);
+    ASSERT_EQ(conf_->set_tenant_config(set, done, kStoreMs), 0);
     ASSERT_EQ(done.result(), 0);
 
     drop_clients();
@@ -280,7 +292,7 @@ TEST_F(sim_e2e, DataSurvivesARestart) {
     tvn_nfs_get_share_req get;
     get.set_share_id(id);
     tvn_nfs_get_share_rsp got;
-    ASSERT_EQ(store_->call(&nfs::get_share, get, got), 0);
+    ASSERT_EQ(nfs_->get_share(get, got, kStoreMs), 0);
     ASSERT_EQ(got.status().result(), 0);
     EXPECT_EQ(got.share_info().comment(), "keep me");
     EXPECT_EQ(got.share_info().fsname(), "fs2");
@@ -290,7 +302,7 @@ TEST_F(sim_e2e, DataSurvivesARestart) {
     q.set_tenant_id(0);
     q.add_key("fqdn");
     tvn_gettenant_cfg_rsp pairs;
-    ASSERT_EQ(store_->call(&conf::get_tenant_config, q, pairs), 0);
+    ASSERT_EQ(conf_->get_tenant_config(q, pairs, kReadMs), 0);
     ASSERT_EQ(pairs.config_size(), 1);
     EXPECT_EQ(pairs.config(0).value(), "corp.example.com");
 }
@@ -304,17 +316,17 @@ TEST_F(sim_e2e, AKilledProcessLosesNoCommittedChange) {
     std::atomic<int> acked_generation{-1};
     const int store_port = sim_.port("store daemon");
     std::thread shares([&] {
-        sim_client c(store_port);
+        tvn_store_nfs_api c("127.0.0.1", false, store_port);
         for (int i = 0; !stop; ++i) {
             tvn_nfs_add_share_rsp rsp;
-            if (c.call(&nfs::add_share, add_req("/fs1/k" + std::to_string(i)), rsp, 2000) != 0) break;
+            if (c.add_share(add_req("/fs1/k" + std::to_string(i)), rsp, 2000) != 0) break;
             if (rsp.status().result() != 0) break;
             acked_ids.push_back(rsp.share_id());
             ++acked_shares;
         }
     });
     std::thread pairs([&] {
-        sim_client c(store_port);
+        tvn_store_conf_api c("127.0.0.1", false, store_port);
         for (int gen = 0; !stop; ++gen) {
             tvn_settenant_cfg_req set;
             for (int k = 0; k < 20; ++k) {
@@ -324,7 +336,7 @@ TEST_F(sim_e2e, AKilledProcessLosesNoCommittedChange) {
                 p->set_value(std::to_string(gen));
             }
             tvn_conf_common_rsp rsp;
-            if (c.call(&conf::set_tenant_config, set, rsp, 2000) != 0 || rsp.result() != 0) break;
+            if (c.set_tenant_config(set, rsp, 2000) != 0 || rsp.result() != 0) break;
             acked_generation = gen;
         }
     });
@@ -346,7 +358,7 @@ TEST_F(sim_e2e, AKilledProcessLosesNoCommittedChange) {
     tvn_gettenant_cfg_req q;
     q.set_tenant_id(3);
     tvn_gettenant_cfg_rsp got;
-    ASSERT_EQ(store_->call(&conf::get_tenant_config, q, got), 0);
+    ASSERT_EQ(conf_->get_tenant_config(q, got, kReadMs), 0);
     ASSERT_EQ(got.config_size(), 20);
     const int generation = std::stoi(got.config(0).value());
     EXPECT_GE(generation, acked_generation.load());
@@ -376,7 +388,7 @@ TEST_F(sim_e2e, JoinStatesMoveAndRefusalsEndNotJoined) {
         req.set_async(true);
         req.set_overwrite_same_account(false);
         tvn_join_domain_rsp rsp;
-        ASSERT_EQ(auth_->call(&tvn_diagnose_service_Stub::join_domain, req, rsp, 25000), 0);
+        ASSERT_EQ(auth_->join_domain(req, rsp, kJoinMs), 0);
         EXPECT_EQ(rsp.status(), 0) << "a join is accepted at once, tenant " << c.tenant;
         EXPECT_EQ(join_state(c.tenant).join_state(), 2u) << c.tenant;
     }
@@ -425,20 +437,17 @@ TEST_F(sim_e2e, RequestsThatMakeNoSenseLeaveItServing) {
     tvn_nfs_common_req s;
     s.set_type(0);
     tvn_nfs_common_rsp state;
-    EXPECT_EQ(store_->call(&nfs::get_store_state, s, state), 0);
+    EXPECT_EQ(nfs_->get_store_state(s, state, kReadMs), 0);
     EXPECT_EQ(state.result(), 0);
     EXPECT_EQ(join_state(0).status(), 0);
     tvn_ka_get_vendor_rsp vendor;
-    EXPECT_EQ(kagent_->call(&tvn_kagent_service_Stub::kagent_get_vendor, tvn_ka_get_vendor_req(), vendor), 0);
+    EXPECT_EQ(kagent_->kagent_get_vendor(tvn_ka_get_vendor_req(), vendor, kReadMs), 0);
     EXPECT_EQ(vendor.vendor(), "Example Storage");
     // A method the stand-in does not offer is refused, not left to time out.
-    tvn_export_conf_req exp;
-    exp.set_file_path("/x");
-    exp.set_share_path("/x");
-    exp.set_password("");
-    exp.set_progress_file("/p");
+    tvn_tenant_cfg_mgr_req drop;
+    drop.set_tenant_id(0);
     tvn_conf_common_rsp refused;
-    ASSERT_EQ(store_->call(&conf::export_conf, exp, refused, 5000), 0);
+    ASSERT_EQ(conf_->DropDatabase(drop, refused, 5000), 0);
     EXPECT_EQ(refused.result(), -95);
 }
 
@@ -459,17 +468,17 @@ TEST(sim_startup, ASeedFileReplacesTheBuiltInOne) {
     }
     sim_process sim;
     ASSERT_TRUE(sim.start(root.root(), {"--seed", file, "--daemons", "kagent"})) << sim.output;
-    sim_client kagent(sim.port("kernel agent"));
+    tvn_kagent_api kagent("127.0.0.1", false, 1, sim.port("kernel agent"));
     tvn_ka_pum_req req;
     req.set_module("fs");
     req.set_cmdstr("get_fsid_by_name");
     req.set_value("0:scratch");
     tvn_ka_pum_rsp rsp;
-    ASSERT_EQ(kagent.call(&tvn_kagent_service_Stub::kagent_pum, req, rsp), 0);
+    ASSERT_EQ(kagent.kagent_pum(req, rsp, kReadMs), 0);
     EXPECT_EQ(rsp.result(), 0);
     EXPECT_EQ(rsp.value(), "3");
     req.set_value("0:fs3");
-    ASSERT_EQ(kagent.call(&tvn_kagent_service_Stub::kagent_pum, req, rsp), 0);
+    ASSERT_EQ(kagent.kagent_pum(req, rsp, kReadMs), 0);
     EXPECT_EQ(rsp.result(), -2);
     EXPECT_EQ(sim.stop(), 0);
 
