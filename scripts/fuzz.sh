@@ -4,9 +4,10 @@
 # A crash, leak or failed check stops the script with a non-zero status and
 # leaves the input under fuzz-artifacts/.
 #
-# Each target is one line of FUZZ_TARGETS: "<cmake target> [<seed folder>]"
-# (the seed folder is relative to the repository; the corpus itself is a
-# fresh temporary folder each run). A target is defined in its owner's
+# Each target is one line of FUZZ_TARGETS: "<cmake target> [<seed folder>
+# [<inputs>]]" (the seed folder is relative to the repository; the corpus
+# itself is a fresh temporary folder each run; <inputs> overrides
+# TVN_FUZZ_RUNS for that target). A target is defined in its owner's
 # CMakeLists.txt under if(TVN_FUZZ AND CMAKE_CXX_COMPILER_ID MATCHES "Clang").
 #
 # TVN_FUZZ_RUNS (default 20000) bounds the inputs per target,
@@ -18,6 +19,8 @@ FUZZ_TARGETS=(
   # OM agent: message-object decoding, and the road of one command
   "tvn_msgobj_decode_fuzz platform/om_agent/fuzz/corpus"
   "tvn_om_road_fuzz platform/om_agent/fuzz/corpus"
+  # Messaging: one request frame through the RPC server's road
+  "tvn_msg_frame_fuzz src/mgmt/base/tvn_msg/fuzz/corpus 200000"
 )
 
 runs=${TVN_FUZZ_RUNS:-20000}
@@ -44,12 +47,14 @@ cmake --build "${build}" -j "$(nproc)" --target "${targets[@]}"
 mkdir -p fuzz-artifacts
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
 for entry in "${FUZZ_TARGETS[@]}"; do
-  read -r target seeds <<<"${entry}"
+  read -r target seeds target_runs <<<"${entry}"
+  target_runs=${TVN_FUZZ_RUNS:-${target_runs:-${runs}}}
   corpus=$(mktemp -d)
   trap 'rm -rf "${corpus}"' EXIT
-  echo "=== fuzz ${target} (${runs} inputs)"
+  echo "=== fuzz ${target} (${target_runs} inputs)"
   # shellcheck disable=SC2086
-  "${build}/bin/${target}" -runs="${runs}" -max_len=4096 -timeout=10 -rss_limit_mb=2048 \
+  "${build}/bin/${target}" -runs="${target_runs}" -max_total_time=45 -max_len=4096 -timeout=10 \
+    -rss_limit_mb=2048 \
     -artifact_prefix="fuzz-artifacts/${target}-" -print_final_stats=1 \
     "${corpus}" ${seeds}
   rm -rf "${corpus}"
