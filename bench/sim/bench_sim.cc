@@ -21,9 +21,8 @@
 
 #include "sim_nfs_service.h"
 #include "sim_store.h"
-#include "tvn_msg_rpc_client.h"
-#include "tvn_msg_rpc_controller.h"
 #include "tvn_msg_rpc_server.h"
+#include "tvn_store_nfs_api.h"
 #include "tvn_sysroot.h"
 
 namespace {
@@ -168,13 +167,14 @@ int main() {
     const int port = free_port();
     std::thread serving([&] { server.start(tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port)); });
 
-    tvn_msg_rpc_client client(false);
-    int32_t rc = -1;
-    for (int i = 0; i < 200 && rc != 0; ++i) {
-        rc = client.open(tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port), 1);
-        if (rc != 0) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    // The service's own client wrapper, as its NFS commands call the store.
+    tvn_store_nfs_api api("127.0.0.1", false, port);
+    for (int i = 0; i < 200; ++i) {
+        tvn_nfs_common_req probe;
+        probe.set_type(0);
+        tvn_nfs_common_rsp state;
+        if (api.get_store_state(probe, state, 200) == 0) break;
     }
-    tvn_store_nfs_service_Stub stub(&client);
     std::mt19937 rng(7);
     std::uniform_int_distribution<uint64_t> pick(1, kShares);
     size_t req_bytes = 0, rsp_bytes = 0;
@@ -184,10 +184,7 @@ int main() {
         req.set_share_id(pick(rng));
         req.set_tenant_id(0);
         tvn_nfs_get_share_rsp rsp;
-        tvn_msg_rpc_controller ctl;
-        ctl.SetTimeout(10000);
-        stub.get_share(&ctl, &req, &rsp, nullptr);
-        if (ctl.Failed() || rsp.status().result() != 0) ++failures;
+        if (api.get_share(req, rsp, 30000) != 0 || rsp.status().result() != 0) ++failures;
         req_bytes = req.ByteSizeLong() + 8;
         rsp_bytes = rsp.ByteSizeLong();
     };
@@ -223,10 +220,7 @@ int main() {
         auto start = clock_type::now();
         while (true) {
             tvn_nfs_show_share_rsp rsp;
-            tvn_msg_rpc_controller ctl;
-            ctl.SetTimeout(30000);
-            stub.show_share(&ctl, &req, &rsp, nullptr);
-            if (ctl.Failed() || rsp.status().result() != 0) {
+            if (api.show_share(req, rsp, 30000) != 0 || rsp.status().result() != 0) {
                 ++failures;
                 break;
             }
@@ -254,7 +248,7 @@ int main() {
     std::printf("tvn_sim store of %d shares (filled in %.2f s, one transaction each)\n", kShares,
                 fill_s);
     std::printf("%-44s %10s %10s %10s\n", "round trip", "mean us", "p50 us", "p99 us");
-    std::printf("%-44s %10.1f %10.1f %10.1f\n", "get_share via tvn_msg RPC (tvn_sim store)",
+    std::printf("%-44s %10.1f %10.1f %10.1f\n", "get_share, tvn_store_nfs_api -> tvn_sim",
                 rpc.mean_us, rpc.p50_us, rpc.p99_us);
     std::printf("%-44s %10.1f %10.1f %10.1f\n", "raw ZeroMQ REQ/REP, same frame sizes", raw.mean_us,
                 raw.p50_us, raw.p99_us);
