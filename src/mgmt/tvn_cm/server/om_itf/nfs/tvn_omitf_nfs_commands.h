@@ -5,25 +5,9 @@
 // replace its alias with the class's own header.
 #include "common/tvn_omitf_placeholder.h"
 
-#if TVN_OMITF_NFS_HANDLERS
 #include "nfs/tvn_omitf_nfs_auth.h"
 #include "nfs/tvn_omitf_nfs_share.h"
-#else
-// Built without the store client wrappers: the share and permission
-// commands answer "not supported".
-using tvn_omitf_nfs_create_share = tvn_omitf_placeholder;
-using tvn_omitf_nfs_delete_share = tvn_omitf_placeholder;
-using tvn_omitf_nfs_get_share = tvn_omitf_placeholder;
-using tvn_omitf_nfs_modify_share = tvn_omitf_placeholder;
-using TvnOmitfNfsListShare = tvn_omitf_placeholder;
-using tvn_omitf_nfs_count_share = tvn_omitf_placeholder;
-using tvn_omitf_nfs_create_auth = tvn_omitf_placeholder;
-using tvn_omitf_nfs_delete_auth = tvn_omitf_placeholder;
-using tvn_omitf_nfs_get_auth = tvn_omitf_placeholder;
-using tvn_omitf_nfs_modify_auth = tvn_omitf_placeholder;
-using TvnOmitfNfsListAuth = tvn_omitf_placeholder;
-using tvn_omitf_nfs_count_auth = tvn_omitf_placeholder;
-#endif
+
 using tvn_omitf_nfs_create_vpc_policy = tvn_omitf_placeholder;
 using tvn_omitf_nfs_delete_vpc_policy = tvn_omitf_placeholder;
 using tvn_omitf_nfs_modify_service = tvn_omitf_placeholder;
