@@ -149,10 +149,11 @@ TEST_F(Road, AHandlerErrorIsAnErrorAckWithItsCode) {
 }
 
 TEST_F(Road, APlaceholderCommandAnswersNotSupported) {
-    OmReply r = send(command(0xd40114000ULL));
+    // A diagnostic command, which stays a placeholder.
+    OmReply r = send(command(0xd500001b9ULL));
     EXPECT_EQ(r.kind(), OM_ERR_ACK);
     EXPECT_EQ(r.result(), -95);
-    EXPECT_TRUE(files_.logged("Command not supported, opcode: 56909447168."));
+    EXPECT_TRUE(files_.logged("Command not supported, opcode: 57176752569."));
 }
 
 TEST_F(Road, TheQueueRoadTakesTheSameSteps) {
