@@ -76,12 +76,12 @@ TEST_F(Table, AClassRegisteredBeforeTheListKeepsItsCode) {
 
 TEST_F(Table, CommandsNotBuiltYetAnswerNotSupported) {
     tvn_cm_register_all_commands();
-    std::unique_ptr<tvn_cm_ombase> h(tvn_cm_omagent::Get_Processor(0xd40114000ULL));
+    std::unique_ptr<tvn_cm_ombase> h(tvn_cm_omagent::Get_Processor(0xd500001b9ULL));
     ASSERT_NE(h, nullptr);
     void* rsp = nullptr;
     EXPECT_EQ(h->ommsg_deal(nullptr, &rsp), -95);
     EXPECT_EQ(rsp, nullptr);
-    EXPECT_TRUE(files_.logged("Command not supported, opcode: 56909447168."));
+    EXPECT_TRUE(files_.logged("Command not supported, opcode: 57176752569."));
 }
 
 TEST_F(Table, ClearEmptiesTheTable) {
