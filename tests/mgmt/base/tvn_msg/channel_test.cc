@@ -10,6 +10,7 @@
 #include "msg_test_support.h"
 #include "tvn_msg_zmq_channel.h"
 #include "tvn_msg_zmq_mchannel.h"
+#include "tvn_msg_zmq_server.h"
 
 using namespace tvn_test;
 
@@ -203,6 +204,128 @@ TEST(MsgMChannel, ClosedChannelRefusesAndReopens) {
         EXPECT_EQ(channel.request(req, rsp, 100), TVN_MSG_ERR_NO_CONNECTION);
     }
     tvn_msg_free(req);
+}
+
+TEST(MsgMChannel, OneSlotSerialisesCallersWithinTheirTimeOuts) {
+    const int port = free_port();
+    // The peer holds the first request until told to answer.
+    std::mutex m;
+    std::condition_variable cv;
+    bool release = false;
+    rep_peer peer(port, [&](const std::string& req, std::string& reply) {
+        if (req.substr(8) == "slow") {
+            std::unique_lock<std::mutex> lock(m);
+            cv.wait(lock, [&] { return release; });
+        }
+        return echo(req, reply);
+    });
+    tvn_msg_zmq_mchannel channel(1);
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    ASSERT_EQ(channel.open(), 0);
+    std::atomic<int> slow_rc{-1};
+    std::thread slow([&] {
+        TVN_MSG req = make_msg(1, "slow");
+        TVN_MSG rsp;
+        slow_rc = channel.request(req, rsp, 5000);
+        tvn_msg_free(rsp);
+        tvn_msg_free(req);
+    });
+    ASSERT_TRUE(eventually([&] { return channel.worker_socket_count() == 1; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    // The only slot is taken: a caller with a short time-out gives up.
+    TVN_MSG req = make_msg(2, "fast");
+    TVN_MSG rsp;
+    EXPECT_EQ(channel.request(req, rsp, 50), TVN_MSG_ERR_TIMEOUT);
+    // One with a long time-out waits for the slot and is served after.
+    std::atomic<int> waiting_rc{-1};
+    std::thread waiting([&] {
+        TVN_MSG r = make_msg(3, "after");
+        TVN_MSG out;
+        waiting_rc = channel.request(r, out, 5000);
+        tvn_msg_free(out);
+        tvn_msg_free(r);
+    });
+    {
+        std::lock_guard<std::mutex> lock(m);
+        release = true;
+    }
+    cv.notify_all();
+    slow.join();
+    waiting.join();
+    EXPECT_EQ(slow_rc.load(), 0);
+    EXPECT_EQ(waiting_rc.load(), 0);
+    tvn_msg_free(req);
+    channel.close();
+}
+
+TEST(MsgMChannel, CloseEndsRequestsInFlight) {
+    const int port = free_port();
+    rep_peer peer(port, [](const std::string&, std::string&) { return false; });
+    tvn_msg_zmq_mchannel channel(2);
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    ASSERT_EQ(channel.open(), 0);
+    std::atomic<int> rc{1};
+    std::thread caller([&] {
+        TVN_MSG req = make_msg(1, "never answered");
+        TVN_MSG rsp;
+        rc = channel.request(req, rsp, 60000);
+        tvn_msg_free(req);
+    });
+    ASSERT_TRUE(eventually([&] { return channel.worker_socket_count() == 1; }));
+    EXPECT_EQ(channel.close(), 0);  // must not wait out the minute
+    caller.join();
+    EXPECT_NE(rc.load(), 0);
+    EXPECT_NE(rc.load(), TVN_MSG_ERR_TIMEOUT);
+}
+
+// The proxy-style server on inproc, with REQ clients in its own context.
+TEST(MsgZmqServer, ServesRebuildsAfterAFailedDealAndRestarts) {
+    struct probe {
+        static int deal(void*, const TVN_MSG& request, TVN_MSG& reply) {
+            if (payload_of(request) == "fail") return -9;
+            const std::string out = "re:" + payload_of(request);
+            reply.len = static_cast<uint32_t>(out.size());
+            reply.data = new char[out.size()];
+            std::memcpy(reply.data, out.data(), out.size());
+            return 0;
+        }
+    };
+    tvn_msg_zmq_server server;
+    EXPECT_EQ(server.start(), TVN_MSG_ERR_NOT_BOUND);
+    EXPECT_EQ(server.get_zmq_context(), nullptr);
+    server.set_worker_num(1);
+    server.set_msg_deal_fun(&probe::deal, nullptr);
+    server.set_inproc_addr("inproc://test_backend");
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(server.bind(tvn_msg_addr(TVN_MSG_ADDR_INPROC, "test_front")), 0);
+        EXPECT_EQ(server.bind(tvn_msg_addr(TVN_MSG_ADDR_INPROC, "test_front")), TVN_MSG_ERR_BOUND);
+        std::atomic<int> start_rc{-1};
+        std::thread serving([&] { start_rc = server.start(); });
+        void* ctx = server.get_zmq_context();
+        ASSERT_NE(ctx, nullptr);
+        auto exchange = [&](const std::string& text, int timeout, std::string* out) {
+            void* req = zmq_socket(ctx, ZMQ_REQ);
+            int linger = 0;
+            zmq_setsockopt(req, ZMQ_LINGER, &linger, sizeof(linger));
+            zmq_connect(req, "inproc://test_front");
+            TVN_MSG msg = make_msg(4, text);
+            TVN_MSG rsp;
+            int rc = tvn_msg_util::poll_request(req, msg, rsp, timeout);
+            if (rc == 0 && out != nullptr) *out = payload_of(rsp);
+            tvn_msg_free(rsp);
+            tvn_msg_free(msg);
+            zmq_close(req);
+            return rc;
+        };
+        std::string out;
+        EXPECT_EQ(exchange("fail", 100, nullptr), TVN_MSG_ERR_TIMEOUT);
+        EXPECT_EQ(exchange("ok", 5000, &out), 0) << round;
+        EXPECT_EQ(out, "re:ok");
+        EXPECT_EQ(server.stop(), 0);
+        serving.join();
+        EXPECT_EQ(start_rc.load(), 0);
+        EXPECT_FALSE(server.is_bound());
+    }
 }
 
 }  // namespace

@@ -1,61 +1,58 @@
 #pragma once
 // Multi-channel: up to N caller threads have requests in flight at once.
-// Callers talk REQ to an in-process proxy server ("inproc://frontrouter");
-// each of its N worker threads keeps one long-lived REQ connection to the
-// remote daemon and forwards the request with the caller's own time-out.
-#include <map>
-#include <memory>
+// The channel keeps N slots, each with one long-lived REQ connection to the
+// remote daemon; a caller borrows a free slot for one exchange (waiting,
+// within its own time-out, while all N are busy). A slot whose exchange
+// failed drops its socket, which the next request through it rebuilds.
+//
+// Callers use their slot's socket directly, one thread at a time, so a
+// request costs no more thread hand-overs than a plain REQ client; the
+// concurrency towards the daemon stays bounded by N.
+#include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "itf_tvn_msg_channel.h"
-#include "tvn_msg_zmq_server.h"
-#include "tvn_thread_server.h"
 
-class tvn_msg_zmq_mchannel : public itf_tvn_msg_channel, public tvn_thread_server {
+class tvn_msg_zmq_mchannel : public itf_tvn_msg_channel {
 public:
     explicit tvn_msg_zmq_mchannel(unsigned worker_num);
     ~tvn_msg_zmq_mchannel() override;
+    tvn_msg_zmq_mchannel(const tvn_msg_zmq_mchannel&) = delete;
+    tvn_msg_zmq_mchannel& operator=(const tvn_msg_zmq_mchannel&) = delete;
 
+    // -2001 when the address cannot be rendered.
     int32_t connect(const tvn_msg_addr& addr) override;
+    // 0 (also when already open); -2001 no address; -2010 no slots
+    // (worker_num 0); -2002 no context.
     int32_t open() override;
+    // Ends requests in flight (they fail at once) and waits for them to let
+    // go of their sockets.
     int32_t close() override;
+    // poll_request's codes; -3 also when no slot frees within the time-out;
+    // -2022 when the channel is not open or no connection can be made.
     int32_t request(const TVN_MSG& req, TVN_MSG& rsp, int timeout_ms) override;
 
-    // Deal function of the internal server's workers.
-    static int msg_worker(void* context, const TVN_MSG& req, TVN_MSG& rsp);
-
-    bool interupt_thread_work() override;
-    void run_thread_job() override;
-
-    // Connections to the remote daemon held by worker threads right now.
+    bool is_open();
+    // Slots holding a connection to the remote daemon right now.
     std::size_t worker_socket_count();
 
 private:
-    void* acquire_client_socket();
-    void release_client_socket(void* socket, bool reusable);
-    void* worker_socket();
-    void forget_worker_socket();
-    static void on_worker_exit(void* context);
+    struct slot {
+        void* socket = nullptr;
+        bool busy = false;
+    };
+    int take_slot(int timeout_ms, std::unique_lock<std::mutex>& lock);
 
-    std::mutex open_mutex_;
-    std::unique_ptr<tvn_msg_zmq_server> server_;
+    std::mutex mutex_;
+    std::condition_variable cv_;
+    void* context_ = nullptr;
+    bool opened_ = false;
     tvn_msg_addr addr_;
     std::string endpoint_;
     const unsigned worker_num_;
-    int32_t job_result_ = 0;
-
-    std::mutex socket_map_mutex_;
-    std::map<std::thread::id, void*> worker_sockets_;
-
-    // Caller-side sockets to the in-process front. One whose exchange
-    // completed is in a clean state and is kept for the next caller rather
-    // than rebuilt; a failed one is closed. No socket is made once close()
-    // has begun, so the context's termination never waits on a newcomer.
-    std::mutex client_mutex_;
-    bool accepting_ = false;
-    void* client_context_ = nullptr;
-    std::vector<void*> idle_client_sockets_;
+    std::vector<slot> slots_;
+    std::size_t busy_ = 0;
 };

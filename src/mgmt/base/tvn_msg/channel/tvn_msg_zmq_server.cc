@@ -36,12 +36,6 @@ void tvn_msg_zmq_server::set_inproc_addr(const std::string& endpoint) {
     backend_endpoint_ = endpoint;
 }
 
-void tvn_msg_zmq_server::set_worker_exit_fun(worker_exit_fun fun, void* context) {
-    auto lock = core_.lock();
-    exit_fun_ = fun;
-    exit_context_ = context;
-}
-
 void* tvn_msg_zmq_server::get_zmq_context() {
     auto lock = core_.lock();
     return core_.bound_locked() ? core_.context_locked() : nullptr;
@@ -80,14 +74,10 @@ int32_t tvn_msg_zmq_server::bind(const tvn_msg_addr& addr) {
     const std::string backend = backend_endpoint_;
     const tvn_msg_deal_fun deal = deal_;
     void* const deal_context = deal_context_;
-    const worker_exit_fun exit_fun = exit_fun_;
-    void* const exit_context = exit_context_;
     int32_t rc = core_.bind_locked(
         lock, worker_num_,
-        [backend, deal, deal_context, exit_fun, exit_context](void* ctx,
-                                                              const std::function<void()>& ready) {
+        [backend, deal, deal_context](void* ctx, const std::function<void()>& ready) {
             worker_loop(ctx, backend, deal, deal_context, ready);
-            if (exit_fun != nullptr) exit_fun(exit_context);
         });
     if (rc == TVN_MSG_ERR_CONTEXT)
         MSG_LOG_ERR(rc, "The msg server bind failed, malloc the zmq context failed.");

@@ -1,6 +1,7 @@
 #pragma once
-// Proxy-style message server: ROUTER front, DEALER back, worker REP sockets.
-// Used inside the process by the multi-channel.
+// Proxy-style message server: ROUTER front, DEALER back, worker REP sockets
+// (ZeroMQ's own proxy between them). In-process clients reach it through
+// get_zmq_context() and an inproc endpoint.
 #include <string>
 
 #include "itf_tvn_msg_server.h"
@@ -24,11 +25,6 @@ public:
     void set_msg_deal_fun(tvn_msg_deal_fun deal, void* context) override;
 
     void set_inproc_addr(const std::string& endpoint);
-    // Run by each worker thread as it ends, on that thread, so that sockets
-    // the deal function made on it are closed by their own thread before
-    // the context is terminated.
-    using worker_exit_fun = void (*)(void* context);
-    void set_worker_exit_fun(worker_exit_fun fun, void* context);
     // The context, for in-process clients; null when not bound.
     void* get_zmq_context();
     bool is_bound();
@@ -44,6 +40,4 @@ private:
     int worker_num_ = 0;
     tvn_msg_deal_fun deal_ = nullptr;
     void* deal_context_ = nullptr;
-    worker_exit_fun exit_fun_ = nullptr;
-    void* exit_context_ = nullptr;
 };
