@@ -189,7 +189,7 @@ inline constexpr uint64_t kShareCreate2 = 0xd88c64000ULL, kShareDelete2 = 0xd88c
                           kShareList2 = 0xd88c6c000ULL, kShareCount2 = 0xd88c6e000ULL;
 
 struct node_options {
-    std::string store_daemons{"store"};
+    std::string store_daemons{"store"};       // "" runs none
     std::string side_daemons{"auth,kagent"};  // "" runs none
     std::vector<std::pair<std::string, std::string>> cm_env{};
 };
@@ -239,10 +239,12 @@ public:
         return start_cm();
     }
 
+    // Without store daemons to run, waits for a store the test serves itself.
     bool start_store() {
-        store_ = std::make_unique<child>("tvn_sim",
-                                         std::vector<std::string>{"--daemons", opts_.store_daemons, "--root", root_},
-                                         env(), root_ + "/sim_store.out");
+        if (!opts_.store_daemons.empty())
+            store_ = std::make_unique<child>("tvn_sim",
+                                             std::vector<std::string>{"--daemons", opts_.store_daemons, "--root", root_},
+                                             env(), root_ + "/sim_store.out");
         return eventually([] {
             tvn_store_nfs_api api("127.0.0.1", false);
             tvn_nfs_get_share_count_req req;
