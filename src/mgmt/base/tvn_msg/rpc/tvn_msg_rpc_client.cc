@@ -150,7 +150,8 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         MSG_LOG_ERR(rc, "the rpc client call method (%s) failed, remote request failed.", name);
         return;
     }
-    if (response->ParseFromArray(rsp.data, static_cast<int>(rsp.len))) {
+    if (response->ParsePartialFromArray(rsp.data, static_cast<int>(rsp.len)) &&
+        response->IsInitialized()) {
         last_error_ = 0;
     } else {
         fail(controller, "error response format.", TVN_MSG_ERR_RESPONSE_FORMAT);

@@ -134,8 +134,11 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
                     static_cast<int>(request.id), name);
         return TVN_MSG_ERR_REQUEST_FORMAT;
     }
+    // Parsed partially and checked after, so a malformed request is only our
+    // own rate-limited log line, not protobuf's unlimited one on stderr.
     if (request.len > INT32_MAX ||
-        !req->ParseFromArray(request.data, static_cast<int>(request.len))) {
+        !req->ParsePartialFromArray(request.data, static_cast<int>(request.len)) ||
+        !req->IsInitialized()) {
         MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
                     "rpc server msg worker failed, msg id(%d) request parse failed, the method "
                     "name is (%s).",
