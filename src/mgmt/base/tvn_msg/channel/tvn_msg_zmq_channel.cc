@@ -61,7 +61,7 @@ int32_t tvn_msg_zmq_channel::open_session() {
         return TVN_MSG_ERR_SOCKET;
     }
     tvn_msg_util::set_close_noblock(socket);
-    tvn_msg_util::set_send_hwm(socket, tvn_msg_util::REQ_SEND_HWM);
+    tvn_msg_util::set_send_hwm(socket, 1);
     if (zmq_connect(socket, endpoint_.c_str()) != 0) {
         MSG_LOG_ERR(TVN_MSG_ERR_CONNECT,
                     "the msg channel open session failed,connect the addr failed(%d).",

@@ -202,24 +202,23 @@ int32_t tvn_msg_util::poll_request(void* socket, const TVN_MSG& request, TVN_MSG
         return TVN_MSG_ERR_SEND;
     }
 
-    // The wait is the receive itself, bounded by ZMQ_RCVTIMEO: one sleep per
-    // exchange, where polling first and receiving after costs libzmq two.
-    // EAGAIN is the time-out; a signal is retried once with the full
-    // time-out; any other failure of the wait counts as a failed poll.
-    (void)zmq_setsockopt(socket, ZMQ_RCVTIMEO, &timeout_ms, sizeof(timeout_ms));
-    zmq_msg_init(&frame);
+    zmq_pollitem_t item{socket, 0, ZMQ_POLLIN, 0};
     unsigned retry = 0;
-    while (zmq_msg_recv(&frame, socket, 0) < 0) {
+    int rc;
+    for (;;) {
+        rc = zmq_poll(&item, 1, timeout_ms);
+        if (rc >= 0) break;
         const int err = zmq_errno();
-        if (err == EAGAIN) {
-            zmq_msg_close(&frame);
-            return TVN_MSG_ERR_TIMEOUT;
-        }
-        MSG_LOG_ERR(TVN_MSG_ERR_POLL, "zmq_poll failed. Retry %u, rc=%d", retry, -1);
-        if (err != EINTR || ++retry >= 2) {
-            zmq_msg_close(&frame);
-            return err == EINTR || err == ETERM ? TVN_MSG_ERR_POLL : TVN_MSG_ERR_RECEIVE;
-        }
+        MSG_LOG_ERR(TVN_MSG_ERR_POLL, "zmq_poll failed. Retry %u, rc=%d", retry, rc);
+        // A signal costs one more wait with the full time-out, no more.
+        if (err != EINTR || ++retry >= 2) return TVN_MSG_ERR_POLL;
+    }
+    if (rc == 0 || (item.revents & ZMQ_POLLIN) == 0) return TVN_MSG_ERR_TIMEOUT;
+
+    zmq_msg_init(&frame);
+    if (zmq_msg_recv(&frame, socket, ZMQ_DONTWAIT) < 0) {
+        zmq_msg_close(&frame);
+        return TVN_MSG_ERR_RECEIVE;
     }
     int32_t conv = zmsg_to_cmsg(&frame, reply);
     zmq_msg_close(&frame);

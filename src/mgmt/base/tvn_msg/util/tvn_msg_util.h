@@ -15,13 +15,6 @@
 
 class tvn_msg_util {
 public:
-    // Send high-water mark of a client REQ socket. A REQ socket never holds
-    // more than one request, so the mark bounds nothing; but ZeroMQ answers
-    // a pipe whose mark is 1 with a wake-up of the sender after every
-    // message (its low-water mark is then 1), which costs each exchange an
-    // extra thread hand-over. A mark this size keeps those rare.
-    static constexpr int REQ_SEND_HWM = 1000;
-
     // Size of the buffer addr_to_string renders into (63 characters + NUL).
     static constexpr std::size_t ADDR_BUF_LEN = 64;
 
