@@ -3,7 +3,6 @@
 #include <zmq.h>
 
 #include <cerrno>
-#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <deque>
@@ -21,10 +20,6 @@ namespace {
 
 constexpr char kWorkerReady[] = "worker_ready";
 constexpr auto kRetryPause = std::chrono::milliseconds(10);
-// How often a front is read while no worker is idle, and how many requests
-// one pass reads at most.
-constexpr int kBusyTickMs = 5;
-constexpr int kFrontBatch = 256;
 
 // One owned frame. Moving hands the bytes over without copying them.
 class zframe {
@@ -326,36 +321,13 @@ void tvn_msg_zmq_lrubroker::run_loop(void* front, void* back) {
         send_to_worker(client.str(), request);
     };
 
-    // Reads what the front holds right now (bounded, so the back is never
-    // starved). Requests queued before are dispatched first, so a new one
-    // goes straight to a worker only when nothing older waits.
-    auto drain_front = [&]() {
-        for (int n = 0; n < kFrontBatch; ++n) {
-            int events = 0;
-            size_t len = sizeof(events);
-            if (zmq_getsockopt(front, ZMQ_EVENTS, &events, &len) != 0 || !(events & ZMQ_POLLIN))
-                return;
-            on_front();
-        }
-    };
-
-    // While every worker is busy the front is read on a short tick rather
-    // than on every arrival: each arrival would otherwise wake this thread
-    // just to queue a request that no worker can take yet. The tick keeps
-    // the queue bound and the arrival stamps (whole seconds) as they were.
-    const auto tick = std::chrono::milliseconds(kBusyTickMs);
-    auto last_drain = std::chrono::steady_clock::now();
+    // Both sockets are read as soon as they hold something: a request that
+    // finds no idle worker is queued (with its arrival time, for the age
+    // check) rather than left in the socket. The wait has no time-out; it
+    // ends with the context (ETERM).
     for (;;) {
-        const bool worker_idle = !workers.empty();
-        int timeout = -1;
-        if (!worker_idle) {
-            const auto due = last_drain + tick - std::chrono::steady_clock::now();
-            timeout = static_cast<int>(
-                std::max<long>(0, std::chrono::duration_cast<std::chrono::milliseconds>(due).count()));
-        }
         zmq_pollitem_t items[2] = {{back, 0, ZMQ_POLLIN, 0}, {front, 0, ZMQ_POLLIN, 0}};
-        const int rc = zmq_poll(items, worker_idle ? 2 : 1, timeout);
-        if (rc < 0) {
+        if (zmq_poll(items, 2, -1) < 0) {
             const int err = zmq_errno();
             if (err == ETERM) break;
             if (err != EINTR) MSG_LOG_ERR(err, "the msg server worker poll failed.");
@@ -365,15 +337,7 @@ void tvn_msg_zmq_lrubroker::run_loop(void* front, void* back) {
             on_back();
             dispatch_queue();
         }
-        if (worker_idle) {
-            if (items[1].revents & ZMQ_POLLIN) on_front();
-        } else {
-            const auto now = std::chrono::steady_clock::now();
-            if (now - last_drain >= tick) {
-                drain_front();
-                last_drain = now;
-            }
-        }
+        if (items[1].revents & ZMQ_POLLIN) on_front();
     }
 }
 
