@@ -1,22 +1,21 @@
 #pragma once
 // Multi-channel: up to N caller threads have requests in flight at once.
-// The channel keeps N slots, each with one long-lived REQ connection to the
-// remote daemon; a caller borrows a free slot for one exchange (waiting,
-// within its own time-out, while all N are busy). A slot whose exchange
-// failed drops its socket, which the next request through it rebuilds.
-//
-// Callers use their slot's socket directly, one thread at a time, so a
-// request costs no more thread hand-overs than a plain REQ client; the
-// concurrency towards the daemon stays bounded by N.
-#include <condition_variable>
+// Each request goes on a REQ socket of its own to an in-process proxy
+// server ("inproc://frontrouter"); each of that server's N worker threads
+// keeps one long-lived REQ connection to the remote daemon and forwards the
+// request with the caller's own time-out (carried in the request's ext).
 #include <cstddef>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
+#include <thread>
 
 #include "itf_tvn_msg_channel.h"
+#include "tvn_msg_zmq_server.h"
+#include "tvn_thread_server.h"
 
-class tvn_msg_zmq_mchannel : public itf_tvn_msg_channel {
+class tvn_msg_zmq_mchannel : public itf_tvn_msg_channel, public tvn_thread_server {
 public:
     explicit tvn_msg_zmq_mchannel(unsigned worker_num);
     ~tvn_msg_zmq_mchannel() override;
@@ -25,34 +24,44 @@ public:
 
     // -2001 when the address cannot be rendered.
     int32_t connect(const tvn_msg_addr& addr) override;
-    // 0 (also when already open); -2001 no address; -2010 no slots
-    // (worker_num 0); -2002 no context.
+    // 0 (also when already open); -2001 no address; -6 no server; the
+    // server's bind code (-2010 for N = 0); -2021 no proxy thread.
     int32_t open() override;
-    // Ends requests in flight (they fail at once) and waits for them to let
-    // go of their sockets.
+    // Ends requests in flight (they fail at once) and the proxy.
     int32_t close() override;
-    // poll_request's codes; -3 also when no slot frees within the time-out;
-    // -2022 when the channel is not open or no connection can be made.
+    // poll_request's codes; -2022 when the channel is not open or no
+    // connection to the proxy can be made.
     int32_t request(const TVN_MSG& req, TVN_MSG& rsp, int timeout_ms) override;
 
-    bool is_open();
-    // Slots holding a connection to the remote daemon right now.
+    // Deal function of the internal server's workers.
+    static int msg_worker(void* context, const TVN_MSG& req, TVN_MSG& rsp);
+
+    bool interupt_thread_work() override;
+    void run_thread_job() override;
+
+    // Connections to the remote daemon held by worker threads right now.
     std::size_t worker_socket_count();
 
 private:
-    struct slot {
+    // A worker thread's connection to the remote daemon. `busy` while its
+    // thread runs an exchange on it: only that thread may then touch it.
+    struct worker_conn {
         void* socket = nullptr;
         bool busy = false;
     };
-    int take_slot(int timeout_ms, std::unique_lock<std::mutex>& lock);
+    void* take_worker_socket();
+    void give_back_worker_socket(bool failed);
 
-    std::mutex mutex_;
-    std::condition_variable cv_;
-    void* context_ = nullptr;
-    bool opened_ = false;
+    std::mutex open_mutex_;
+    std::unique_ptr<tvn_msg_zmq_server> server_;
     tvn_msg_addr addr_;
     std::string endpoint_;
     const unsigned worker_num_;
-    std::vector<slot> slots_;
-    std::size_t busy_ = 0;
+
+    std::mutex socket_map_mutex_;
+    std::map<std::thread::id, worker_conn> worker_sockets_;
+    // Set by close() before it clears the map: no worker makes a new
+    // connection after that, and one busy at that moment closes its own
+    // when its exchange ends.
+    bool closing_ = false;
 };

@@ -41,6 +41,11 @@ void* tvn_msg_zmq_server::get_zmq_context() {
     return core_.bound_locked() ? core_.context_locked() : nullptr;
 }
 
+void* tvn_msg_zmq_server::create_socket(int type) {
+    auto lock = core_.lock();
+    return core_.bound_locked() ? zmq_socket(core_.context_locked(), type) : nullptr;
+}
+
 bool tvn_msg_zmq_server::is_bound() {
     auto lock = core_.lock();
     return core_.bound_locked();

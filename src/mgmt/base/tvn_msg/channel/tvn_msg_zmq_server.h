@@ -27,6 +27,11 @@ public:
     void set_inproc_addr(const std::string& endpoint);
     // The context, for in-process clients; null when not bound.
     void* get_zmq_context();
+    // A socket of `type` in that context, made under the server's lock so
+    // that a stop cannot let go of the context meanwhile (a socket made
+    // before the stop only sees its calls fail with ETERM, and the stop
+    // waits until it is closed). Null when not bound.
+    void* create_socket(int type);
     bool is_bound();
 
 private:
