@@ -1,8 +1,10 @@
 // Client channels against REP peers on loopback TCP.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <cstring>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -118,6 +120,33 @@ TEST(MsgChannel, RebuildsItsSocketAfterATimeOutThenSucceeds) {
     channel.close();
 }
 
+TEST(MsgMChannel, OpenTwiceRefusalsAndCloseUnopened) {
+    scoped_log log;
+    tvn_msg_zmq_mchannel never(2);
+    EXPECT_EQ(never.close(), 0);
+    EXPECT_EQ(never.open(), TVN_MSG_ERR_ADDR);  // no address yet
+    EXPECT_EQ(never.connect(tvn_msg_addr(TVN_MSG_ADDR_TCP, std::string(70, 'h'), 1)),
+              TVN_MSG_ERR_ADDR);
+    EXPECT_EQ(never.open(), TVN_MSG_ERR_ADDR);
+
+    tvn_msg_zmq_mchannel no_workers(0);
+    ASSERT_EQ(no_workers.connect(loopback(free_port())), 0);
+    EXPECT_EQ(no_workers.open(), TVN_MSG_ERR_WORKER_NUM);
+    EXPECT_TRUE(log.contains("the msg channel open failed,bind worker server failed."));
+
+    tvn_msg_zmq_mchannel channel(2);
+    ASSERT_EQ(channel.connect(loopback(free_port())), 0);
+    ASSERT_EQ(channel.open(), 0);
+    EXPECT_TRUE(channel.is_server_start());
+    EXPECT_FALSE(log.contains("the msg channel has opened."));
+    EXPECT_EQ(channel.open(), 0);  // already running: nothing is made again
+    EXPECT_TRUE(log.contains("the msg channel has opened."));
+    EXPECT_EQ(channel.close(), 0);
+    EXPECT_FALSE(channel.is_server_start());
+    EXPECT_TRUE(log.contains("the msg client mchannel interupt success."));
+    EXPECT_EQ(channel.close(), 0);
+}
+
 TEST(MsgMChannel, RunsNCallsAtOnce) {
     constexpr int kN = 4;
     const int port = free_port();
@@ -127,11 +156,15 @@ TEST(MsgMChannel, RunsNCallsAtOnce) {
     void* router = env.socket(ZMQ_ROUTER);
     ASSERT_EQ(zmq_bind(router, tcp_endpoint(port).c_str()), 0);
     std::atomic<bool> all_at_once{false};
+    std::atomic<int> forwarded_with_callers_timeout{0};
     std::thread peer([&] {
         std::vector<std::vector<std::string>> held;
         while (held.size() < static_cast<std::size_t>(kN)) {
             auto parts = recv_parts(router, 5000);
             if (parts.empty()) return;
+            uint32_t ext = 0;
+            std::memcpy(&ext, parts.back().data() + 4, 4);
+            if (ext == 4321) ++forwarded_with_callers_timeout;
             held.push_back(parts);
         }
         all_at_once = true;
@@ -152,7 +185,7 @@ TEST(MsgMChannel, RunsNCallsAtOnce) {
         callers.emplace_back([&, i] {
             TVN_MSG req = make_msg(10 + i, "call" + std::to_string(i));
             TVN_MSG rsp;
-            if (channel.request(req, rsp, 5000) == 0 && payload_of(rsp) == "call" + std::to_string(i))
+            if (channel.request(req, rsp, 4321) == 0 && payload_of(rsp) == "call" + std::to_string(i))
                 ++ok;
             tvn_msg_free(rsp);
             tvn_msg_free(req);
@@ -162,12 +195,15 @@ TEST(MsgMChannel, RunsNCallsAtOnce) {
     peer.join();
     EXPECT_TRUE(all_at_once);
     EXPECT_EQ(ok.load(), kN);
+    EXPECT_EQ(forwarded_with_callers_timeout.load(), kN);
+    // One long-lived connection per worker thread.
     EXPECT_EQ(channel.worker_socket_count(), static_cast<std::size_t>(kN));
     EXPECT_EQ(channel.close(), 0);
     EXPECT_EQ(channel.worker_socket_count(), 0u);
 }
 
 TEST(MsgMChannel, PeerDownTimesOutThenAFreshWorkerSocketSucceeds) {
+    scoped_log log;
     const int port = free_port();
     tvn_msg_zmq_mchannel channel(1);
     ASSERT_EQ(channel.connect(loopback(port)), 0);
@@ -177,6 +213,8 @@ TEST(MsgMChannel, PeerDownTimesOutThenAFreshWorkerSocketSucceeds) {
     EXPECT_EQ(channel.request(req, rsp, 200), TVN_MSG_ERR_TIMEOUT);
     // The worker gave up its socket on failure.
     EXPECT_TRUE(eventually([&] { return channel.worker_socket_count() == 0; }));
+    EXPECT_TRUE(log.contains("the msg client mchannel requet failed(-3)."));
+    EXPECT_TRUE(log.wait_for("the msg client mchannel worker requet failed(-3)."));
 
     rep_peer peer(port, echo);
     ASSERT_TRUE(peer.bound());
@@ -206,7 +244,58 @@ TEST(MsgMChannel, ClosedChannelRefusesAndReopens) {
     tvn_msg_free(req);
 }
 
-TEST(MsgMChannel, OneSlotSerialisesCallersWithinTheirTimeOuts) {
+TEST(MsgMChannel, OneWorkerServesCallersOneAfterAnother) {
+    constexpr int kCallers = 4;
+    const int port = free_port();
+    // A ROUTER peer that looks, before it answers each request, whether
+    // another one has come meanwhile: with one worker none ever does.
+    zmq_env env;
+    void* router = env.socket(ZMQ_ROUTER);
+    ASSERT_EQ(zmq_bind(router, tcp_endpoint(port).c_str()), 0);
+    std::atomic<int> most_at_once{0};
+    std::thread peer([&] {
+        std::vector<std::vector<std::string>> pending;
+        int answered = 0;
+        while (answered < kCallers) {
+            auto parts = recv_parts(router, pending.empty() ? 5000 : 30);
+            if (!parts.empty()) {
+                pending.push_back(parts);
+                most_at_once = std::max<int>(most_at_once, static_cast<int>(pending.size()));
+                continue;
+            }
+            if (pending.empty()) return;
+            std::string reply;
+            echo(pending.front().back(), reply);
+            send_parts(router, {pending.front()[0], "", reply});
+            pending.erase(pending.begin());
+            ++answered;
+        }
+    });
+
+    tvn_msg_zmq_mchannel channel(1);
+    ASSERT_EQ(channel.connect(loopback(port)), 0);
+    ASSERT_EQ(channel.open(), 0);
+    std::atomic<int> ok{0};
+    std::vector<std::thread> callers;
+    for (int i = 0; i < kCallers; ++i) {
+        callers.emplace_back([&, i] {
+            TVN_MSG req = make_msg(20 + i, "c" + std::to_string(i));
+            TVN_MSG rsp;
+            if (channel.request(req, rsp, 5000) == 0 && payload_of(rsp) == "c" + std::to_string(i))
+                ++ok;
+            tvn_msg_free(rsp);
+            tvn_msg_free(req);
+        });
+    }
+    for (auto& t : callers) t.join();
+    peer.join();
+    EXPECT_EQ(ok.load(), kCallers);
+    EXPECT_EQ(most_at_once.load(), 1);
+    EXPECT_EQ(channel.worker_socket_count(), 1u);
+    EXPECT_EQ(channel.close(), 0);
+}
+
+TEST(MsgMChannel, BehindTheOnlyWorkerACallerWaitsWithinItsOwnTimeOut) {
     const int port = free_port();
     // The peer holds the first request until told to answer.
     std::mutex m;
@@ -232,11 +321,11 @@ TEST(MsgMChannel, OneSlotSerialisesCallersWithinTheirTimeOuts) {
     });
     ASSERT_TRUE(eventually([&] { return channel.worker_socket_count() == 1; }));
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    // The only slot is taken: a caller with a short time-out gives up.
+    // The only worker is busy: a caller with a short time-out gives up.
     TVN_MSG req = make_msg(2, "fast");
     TVN_MSG rsp;
     EXPECT_EQ(channel.request(req, rsp, 50), TVN_MSG_ERR_TIMEOUT);
-    // One with a long time-out waits for the slot and is served after.
+    // One with a long time-out waits for the worker and is served after.
     std::atomic<int> waiting_rc{-1};
     std::thread waiting([&] {
         TVN_MSG r = make_msg(3, "after");
