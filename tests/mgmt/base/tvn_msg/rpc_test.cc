@@ -168,6 +168,54 @@ TEST(RpcServer, StopDuringStartUpEndsIt) {
     }
 }
 
+// A serving thread may be told to stop after it decided to start but before
+// start() is entered: that stop must not be lost.
+TEST(RpcServer, AStopBeforeStartIsKeptForThatStartAndInitForgetsIt) {
+    test_cm_service cm;
+    const int port = free_port();
+    tvn_msg_rpc_server server;
+    ASSERT_EQ(server.init(1), 0);
+    server.register_service(&cm);
+    // Runs start() on a thread; true when it returned within 5 s (else the
+    // server is stopped so that the thread can be joined).
+    auto start_returns = [&](int* rc) {
+        std::atomic<bool> done{false};
+        std::thread serving([&] {
+            *rc = server.start(loopback(port));
+            done = true;
+        });
+        const bool returned = eventually([&] { return done.load(); });
+        if (!returned) server.stop();
+        serving.join();
+        return returned;
+    };
+
+    EXPECT_EQ(server.stop(), 0);
+    int rc = -1;
+    EXPECT_TRUE(start_returns(&rc));
+    EXPECT_EQ(rc, 0);
+    EXPECT_FALSE(server.is_running());
+
+    // Used up by that start: the next one serves until stopped.
+    std::thread serving([&] { rc = server.start(loopback(port)); });
+    EXPECT_TRUE(eventually([&] { return server.is_running(); }));
+    EXPECT_EQ(server.stop(), 0);
+    serving.join();
+    EXPECT_EQ(rc, 0);
+
+    // A stop after the run ended is forgotten by a new init.
+    EXPECT_EQ(server.stop(), 0);
+    ASSERT_EQ(server.init(1), 0);
+    std::thread again([&] { rc = server.start(loopback(port)); });
+    EXPECT_TRUE(eventually([&] { return server.is_running(); }));
+    tvn_msg_rpc_client client(false);
+    ASSERT_EQ(client.open(loopback(port), 1), 0);
+    EXPECT_EQ(cm_state(client, 5000), 0);
+    EXPECT_EQ(server.stop(), 0);
+    again.join();
+    server.unregister();
+}
+
 TEST(RpcServer, InitRefusesZeroWorkers) {
     tvn_msg_rpc_server server;
     EXPECT_EQ(server.init(0), TVN_MSG_ERR_NO_CONTEXT);

@@ -35,6 +35,8 @@ int32_t tvn_msg_rpc_server::init(int worker_num) {
     }
     server_->set_worker_num(worker_num);
     server_->set_msg_deal_fun(&tvn_msg_rpc_server::msg_worker, this);
+    std::lock_guard<std::mutex> lock(state_mutex_);
+    stop_pending_ = false;
     return 0;
 }
 
@@ -66,6 +68,11 @@ int32_t tvn_msg_rpc_server::start(const tvn_msg_addr& addr) {
     {
         std::lock_guard<std::mutex> lock(state_mutex_);
         if (starting_) return TVN_MSG_ERR_BOUND;
+        if (stop_pending_) {
+            // Stopped before it began: a clean stop.
+            stop_pending_ = false;
+            return 0;
+        }
         starting_ = true;
         stop_requested_ = false;
         int32_t rc = server_->bind(addr);
@@ -89,7 +96,10 @@ int32_t tvn_msg_rpc_server::stop() {
     if (!server_) return 0;
     {
         std::lock_guard<std::mutex> lock(state_mutex_);
-        if (starting_) stop_requested_ = true;
+        if (starting_)
+            stop_requested_ = true;
+        else
+            stop_pending_ = true;
     }
     return server_->stop();
 }

@@ -22,7 +22,8 @@ public:
     tvn_msg_rpc_server(const tvn_msg_rpc_server&) = delete;
     tvn_msg_rpc_server& operator=(const tvn_msg_rpc_server&) = delete;
 
-    // 0; -5 when worker_num < 1; -6 when the broker cannot be made.
+    // 0; -5 when worker_num < 1; -6 when the broker cannot be made. Begins
+    // a new serving cycle: a stop() remembered from before is forgotten.
     int32_t init(int worker_num);
     // Registers every method of the service (a method id registered before
     // is replaced). A null service is ignored.
@@ -32,8 +33,10 @@ public:
     // endpoint cannot be bound, e.g. the port is in use).
     int32_t start(const tvn_msg_addr& addr);
     // Ends a start() that runs or is under way (also one that has not bound
-    // yet); waits until it has let go of the endpoint. A stop() made before
-    // start() is called has no effect on it.
+    // yet); waits until it has let go of the endpoint. A stop() while no
+    // start() is under way is remembered: the next start() then returns 0 at
+    // once without serving (a thread about to start is stopped all the same,
+    // whenever the stop lands).
     int32_t stop();
     bool is_running();
     void unregister();
@@ -46,6 +49,7 @@ private:
     std::mutex state_mutex_;  // start/stop hand-over; never held while serving
     bool starting_ = false;
     bool stop_requested_ = false;
+    bool stop_pending_ = false;  // a stop() that came before start()
     std::mutex mutex_;  // the method map
     std::map<uint32_t, tvn_msg_rpc_method> methods_;
 };
