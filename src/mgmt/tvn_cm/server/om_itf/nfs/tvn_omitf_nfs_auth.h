@@ -9,8 +9,8 @@
 
 class tvn_omitf_nfs_create_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_create_auth> {
 public:
+    static constexpr const char* kName = "tvn_omitf_nfs_create_auth";
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
     // The permission the store made, for the notification and the audit.
@@ -20,7 +20,7 @@ public:
     std::string AuditGetPermissionType() const;
 
 private:
-    int deal(void* req, void** rsp);
+    int deal(void* req, void** rsp) override;
 
     uint32_t m_tenant = 0;
     uint64_t m_auth_id = 0;
@@ -31,12 +31,12 @@ private:
 
 class tvn_omitf_nfs_delete_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_delete_auth> {
 public:
+    static constexpr const char* kName = "tvn_omitf_nfs_delete_auth";
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
 private:
-    int deal(void* req, void** rsp);
+    int deal(void* req, void** rsp) override;
 
     uint32_t m_tenant = 0;
     uint64_t m_auth_id = 0;
@@ -46,12 +46,12 @@ private:
 
 class tvn_omitf_nfs_modify_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_modify_auth> {
 public:
+    static constexpr const char* kName = "tvn_omitf_nfs_modify_auth";
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    int ommsg_deal(void* req, void** rsp) override;
     void oplog_send(int result, unsigned int number) override;
 
 private:
-    int deal(void* req, void** rsp);
+    int deal(void* req, void** rsp) override;
 
     uint32_t m_tenant = 0;
     uint64_t m_auth_id = 0;
@@ -60,29 +60,29 @@ private:
 
 class tvn_omitf_nfs_get_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_get_auth> {
 public:
+    static constexpr const char* kName = "tvn_omitf_nfs_get_auth";
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    int ommsg_deal(void* req, void** rsp) override;
 
 private:
-    int deal(void* req, void** rsp);
+    int deal(void* req, void** rsp) override;
 };
 
 class TvnOmitfNfsListAuth : public tvn_omitf_nfs_command<TvnOmitfNfsListAuth> {
 public:
+    static constexpr const char* kName = "TvnOmitfNfsListAuth";
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    int ommsg_deal(void* req, void** rsp) override;
 
 private:
-    int deal(void* req, void** rsp);
+    int deal(void* req, void** rsp) override;
 };
 
 class tvn_omitf_nfs_count_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_count_auth> {
 public:
+    static constexpr const char* kName = "tvn_omitf_nfs_count_auth";
     using tvn_omitf_nfs_command::tvn_omitf_nfs_command;
-    int ommsg_deal(void* req, void** rsp) override;
 
 private:
-    int deal(void* req, void** rsp);
+    int deal(void* req, void** rsp) override;
 };
 
 namespace tvn_nfs {
@@ -98,5 +98,17 @@ struct auth_filter {
 };
 // 0, -14082 for an unknown key, malformed text or a value of the wrong form.
 int32_t parse_auth_filter(const std::string& text, auth_filter& out);
+// The condition item (22) of the permission list and count; absent leaves
+// `out` as it is. `text` gets the item's text. 0 or -14082.
+int32_t read_auth_filter(void* msg, std::string& text, auth_filter& out);
+
+// Copies the conditions the list and count requests share into one of them.
+template <class Req>
+void set_auth_filter(const auth_filter& filter, Req& req) {
+    req.set_hostname(filter.hostname);
+    req.set_path(filter.path);
+    if (filter.share_id) req.set_share_id(*filter.share_id);
+    if (filter.options) req.set_options(*filter.options);
+}
 
 }  // namespace tvn_nfs

@@ -10,7 +10,6 @@
 using namespace tvn_nfs;
 
 namespace {
-constexpr const char* kName = "tvn_omitf_nfs_count_share";
 constexpr uint64_t kAll = std::numeric_limits<uint64_t>::max();
 
 // One condition of the count. 0 or the command's code for that condition.
@@ -43,16 +42,7 @@ int32_t apply_filter(const std::string& key, const std::string& value, tvn_nfs_g
 }
 }  // namespace
 
-int tvn_omitf_nfs_count_share::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_count_share::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     tvn_nfs_get_share_count_req count;
     count.set_fsid(kAll);
     count.set_path("");
@@ -92,34 +82,14 @@ int tvn_omitf_nfs_count_share::deal(void* req, void** rsp) {
     if (rc != 0) return rc;
     count.set_tenant_id(tenant);
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
     tvn_nfs_get_share_count_rsp reply;
-    rc = api->get_share_count(count, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent get_share_count rpc call is failed.");
-        return rc;
-    }
-    if (reply.status().result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.status().result(),
-                "OMAgent get_share_count is failed, rc =%d.", reply.status().result());
-        return reply.status().result();
-    }
-
-    void* ack = new_message(NFS_MSG_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    rc = write_items(ack, 0,
-                     {
-                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
-                         {ITEM_COUNT, TYPE_UNSIGNED, std::to_string(reply.count())},
-                     });
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    rc = call_store(*api, &tvn_store_nfs_api::get_share_count, "get_share_count", count, reply);
+    if (rc != 0) return rc;
+    return answer_record(rsp, NFS_MSG_ITEMS,
+                         {
+                             {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                             {ITEM_COUNT, TYPE_UNSIGNED, std::to_string(reply.count())},
+                         });
 }

@@ -8,7 +8,6 @@
 using namespace tvn_nfs;
 
 namespace {
-constexpr const char* kName = "tvn_omitf_nfs_create_auth";
 constexpr size_t kMaxAccessName = 255;
 
 int32_t option_failed(const char* text) {
@@ -31,26 +30,14 @@ int32_t read_squash(void* req, uint32_t item, const char* missing, std::optional
 }
 }  // namespace
 
-int tvn_omitf_nfs_create_auth::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     int32_t rc = read_tenant(req, m_tenant, NFS_ERR_AUTH_OPTION);
     if (rc != 0) return rc;
 
     if (read_text(req, ITEM_NAME, m_access_name) != ITEM_READ_OK) return option_failed("No have accessName.");
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
 
     std::string text;
     item_read got = read_text(req, ITEM_PARENT_ID, text);
@@ -106,31 +93,12 @@ int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
     tvn_nfs_create_auth_rsp reply;
     rc = prepare_notify(NFS_NOTIFY_CREATE, NFS_AUTH_OBJ_TYPE);
     if (rc != 0) return rc;
-    rc = api->create_auth(create, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent create_auth rpc call is failed.");
-        return rc;
-    }
-    if (reply.status().result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.status().result(), "OMAgent create_auth is failed, rc =%d.",
-                reply.status().result());
-        return reply.status().result();
-    }
+    rc = call_store(*api, &tvn_store_nfs_api::create_auth, "create_auth", create, reply);
+    if (rc != 0) return rc;
     set_auth_id(reply.auth_id());
     notify_change(std::to_string(m_auth_id));
 
-    void* ack = MSGOBJ_Create(NFS_MSG_RECORDS, NFS_AUTH_ACK_ITEMS);
-    if (ack == nullptr) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "tvn_MSGOBJ_Create failed");
-        return NFS_ERR_NOMEM;
-    }
-    rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    return answer_record(rsp, NFS_AUTH_ACK_ITEMS, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
 }
 
 std::string tvn_omitf_nfs_create_auth::AuditGetPermissionType() const {

@@ -10,20 +10,7 @@
 
 using namespace tvn_nfs;
 
-namespace {
-constexpr const char* kName = "tvn_omitf_nfs_create_share";
-}
-
-int tvn_omitf_nfs_create_share::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     tvn_nfs_add_share_req add;
     add.set_tenant_id(0);
     add.set_alias("");
@@ -121,23 +108,15 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
         m_log.charset_id = value;
     }
 
-    got = read_switch(req, ITEM_FH_ALIGN, value);
-    if (got == ITEM_READ_FAILED) {
-        uint32_t shown = 0;
-        read_number(req, ITEM_FH_ALIGN, shown);
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get fhSwitch invalied, val:(%u).", shown);
-        return NFS_ERR_ITEM;
-    }
+    got = read_fh_alignment(req, value);
+    if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) {
         add.set_fhbytealignmentsupport(value);
         m_fh_alignment = value;
     }
 
-    got = read_switch(req, ITEM_SNAPSHOT, value);
-    if (got == ITEM_READ_FAILED) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get snapshot switch invalied.");
-        return NFS_ERR_ITEM;
-    }
+    got = read_snapshot_switch(req, value);
+    if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) {
         add.set_snapshot_switch(value);
         m_log.snapshot_switch = value;
@@ -156,46 +135,27 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
     if (m_tenant == 0 && !TvnCmFmIsSupport("audit_log"))
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
     tvn_nfs_add_share_rsp reply;
     rc = prepare_notify(NFS_NOTIFY_CREATE, NFS_SHARE_OBJ_TYPE);
     if (rc != 0) return rc;
-    rc = api->add_share(add, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent add_share rpc call is failed.");
-        return rc;
-    }
-    if (reply.status().result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.status().result(), "OMAgent add_share is failed, rc =%d.",
-                reply.status().result());
-        return reply.status().result();
-    }
+    rc = call_store(*api, &tvn_store_nfs_api::add_share, "add_share", add, reply);
+    if (rc != 0) return rc;
     notify_change();
 
     uint64_t fsid = reply.has_fsid() ? reply.fsid() : add.fsid();
     uint64_t dtree = reply.has_dtreeid() ? reply.dtreeid() : add.dtreeid();
-    void* ack = new_message(NFS_MSG_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    rc = write_items(ack, 0,
-                     {
-                         {ITEM_PATH, TYPE_STRING, add.path()},
-                         {ITEM_ID, TYPE_STRING, std::to_string(reply.share_id())},
-                         {ITEM_DTREE, TYPE_STRING, dtree_at_fsid(dtree, fsid)},
-                         {ITEM_DESCRIPTION, TYPE_STRING, ""},
-                         {ITEM_FSID, TYPE_STRING, std::to_string(fsid)},
-                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
-                         {ITEM_TENANT, TYPE_UNSIGNED, "0"},
-                     });
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    return answer_record(rsp, NFS_MSG_ITEMS,
+                         {
+                             {ITEM_PATH, TYPE_STRING, add.path()},
+                             {ITEM_ID, TYPE_STRING, std::to_string(reply.share_id())},
+                             {ITEM_DTREE, TYPE_STRING, dtree_at_fsid(dtree, fsid)},
+                             {ITEM_DESCRIPTION, TYPE_STRING, ""},
+                             {ITEM_FSID, TYPE_STRING, std::to_string(fsid)},
+                             {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                             {ITEM_TENANT, TYPE_UNSIGNED, "0"},
+                         });
 }
 
 void tvn_omitf_nfs_create_share::oplog_send(int result, unsigned int number) {

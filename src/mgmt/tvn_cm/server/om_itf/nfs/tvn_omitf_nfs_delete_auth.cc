@@ -7,30 +7,14 @@
 
 using namespace tvn_nfs;
 
-namespace {
-constexpr const char* kName = "tvn_omitf_nfs_delete_auth";
-}
-
-int tvn_omitf_nfs_delete_auth::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     int32_t rc = read_tenant(req, m_tenant, NFS_ERR_AUTH_OPTION);
     if (rc != 0) return rc;
     rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
     if (rc != 0) return rc;
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
 
     std::string text;
     item_read got = read_text(req, ITEM_ID, text);
@@ -62,27 +46,11 @@ int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
     del.set_tenant_id(m_tenant);
     rc = prepare_notify(NFS_NOTIFY_DELETE, NFS_AUTH_OBJ_TYPE);
     if (rc != 0) return rc;
-    rc = api->delete_auth(del, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent delete_auth rpc call is failed.");
-        return rc;
-    }
-    if (reply.result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent delete_auth is failed, rc =%d.",
-                reply.result());
-        return reply.result();
-    }
+    rc = call_store(*api, &tvn_store_nfs_api::delete_auth, "delete_auth", del, reply);
+    if (rc != 0) return rc;
     notify_change(std::to_string(m_auth_id));
 
-    void* ack = new_message(NFS_AUTH_ACK_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    return answer_record(rsp, NFS_AUTH_ACK_ITEMS, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
 }
 
 void tvn_omitf_nfs_delete_auth::oplog_send(int result, unsigned int number) {

@@ -9,8 +9,6 @@
 using namespace tvn_nfs;
 
 namespace {
-constexpr const char* kName = "tvn_omitf_nfs_delete_share";
-
 // Audit logs of a file system live in shares; removing a share never needs
 // their consent, the check only records that the feature is off.
 int32_t audit_log_fs_check_for_delete() {
@@ -19,16 +17,7 @@ int32_t audit_log_fs_check_for_delete() {
 }
 }  // namespace
 
-int tvn_omitf_nfs_delete_share::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
     if (rc != 0) return rc;
     rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
@@ -37,11 +26,8 @@ int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
     rc = read_share_ref(req, m_share, 0);
     if (rc != 0) return rc;
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
     rc = resolve_share_ref(*api, m_tenant, m_share);
     if (rc != 0) return rc;
     rc = audit_log_fs_check_for_delete();
@@ -53,31 +39,15 @@ int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
     del.set_tenant_id(m_tenant);
     rc = prepare_notify(NFS_NOTIFY_DELETE, NFS_SHARE_OBJ_TYPE);
     if (rc != 0) return rc;
-    rc = api->del_share(del, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent del_share rpc call is failed.");
-        return rc;
-    }
-    if (reply.result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent del_share is failed, rc =%d.",
-                reply.result());
-        return reply.result();
-    }
+    rc = call_store(*api, &tvn_store_nfs_api::del_share, "del_share", del, reply);
+    if (rc != 0) return rc;
     notify_change(std::to_string(m_share.id));
 
-    void* ack = new_message(NFS_MSG_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    rc = write_items(ack, 0,
-                     {
-                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
-                         {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
-                     });
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    return answer_record(rsp, NFS_MSG_ITEMS,
+                         {
+                             {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                             {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
+                         });
 }
 
 void tvn_omitf_nfs_delete_share::oplog_send(int result, unsigned int number) {

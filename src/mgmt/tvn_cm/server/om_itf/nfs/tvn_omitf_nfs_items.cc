@@ -74,6 +74,23 @@ item_read read_decimal(void* msg, uint32_t item, uint32_t& out) {
     return ITEM_READ_OK;
 }
 
+item_read read_snapshot_switch(void* msg, uint32_t& out) {
+    item_read got = read_switch(msg, ITEM_SNAPSHOT, out);
+    if (got == ITEM_READ_FAILED)
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get snapshot switch invalied.");
+    return got;
+}
+
+item_read read_fh_alignment(void* msg, uint32_t& out) {
+    item_read got = read_switch(msg, ITEM_FH_ALIGN, out);
+    if (got == ITEM_READ_FAILED) {
+        uint32_t shown = 0;
+        read_number(msg, ITEM_FH_ALIGN, shown);
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get fhSwitch invalied, val:(%u).", shown);
+    }
+    return got;
+}
+
 int32_t read_tenant(void* msg, uint32_t& tenant, int32_t read_fail_code) {
     std::string text;
     switch (read_text(msg, ITEM_TENANT, text)) {
@@ -113,6 +130,18 @@ void* new_message(uint32_t items, uint64_t opcode) {
     }
     if (opcode != 0) MSGOBJ_SetOpcode(msg, kRecord, opcode);
     return msg;
+}
+
+int32_t answer_record(void** rsp, uint32_t size, const std::vector<answer_item>& items) {
+    void* ack = new_message(size);
+    if (ack == nullptr) return NFS_ERR_NOMEM;
+    int32_t rc = write_items(ack, kRecord, items);
+    if (rc != 0) {
+        MSGOBJ_Destroy(ack);
+        return rc;
+    }
+    *rsp = ack;
+    return 0;
 }
 
 void* new_notify_message(uint64_t opcode, uint32_t obj_type) {

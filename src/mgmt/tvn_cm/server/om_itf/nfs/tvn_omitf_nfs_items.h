@@ -28,6 +28,11 @@ item_read read_switch(void* msg, uint32_t item, uint32_t& out);
 // text.
 item_read read_decimal(void* msg, uint32_t item, uint32_t& out);
 
+// The snapshot (93) and file-handle alignment (101) switches of a share
+// create or modify, read as read_switch does; an unreadable one is logged.
+item_read read_snapshot_switch(void* msg, uint32_t& out);
+item_read read_fh_alignment(void* msg, uint32_t& out);
+
 // The tenant of item 4090: absent is tenant 0; a read failure returns
 // read_fail_code, a text that is not a tenant id NFS_ERR_PARAM_RANGE. The
 // failures are logged under the caller's text.
@@ -35,6 +40,10 @@ int32_t read_tenant(void* msg, uint32_t& tenant, int32_t read_fail_code);
 
 // Writes items into one record of an answer. 0, or NFS_ERR_ITEM.
 int32_t write_items(void* ack, uint32_t record, const std::vector<answer_item>& items);
+
+// Answers with one record of these items (*rsp gets the message object).
+// 0, or NFS_ERR_NOMEM / NFS_ERR_ITEM with nothing answered.
+int32_t answer_record(void** rsp, uint32_t size, const std::vector<answer_item>& items);
 
 // A new message object with one record of the given operation code, or
 // nullptr (logged "tvn_MSGOBJ_Create failed").

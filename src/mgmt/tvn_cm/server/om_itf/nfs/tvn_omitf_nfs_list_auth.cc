@@ -10,8 +10,6 @@
 using namespace tvn_nfs;
 
 namespace {
-constexpr const char* kName = "TvnOmitfNfsListAuth";
-
 int32_t bad_condition(const std::string& text) {
     TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_QUERY_COND, "The query condition(%s) is invalid.", text.c_str());
     return NFS_ERR_QUERY_COND;
@@ -49,24 +47,20 @@ int32_t parse_auth_filter(const std::string& text, auth_filter& out) {
     return 0;
 }
 
-}  // namespace tvn_nfs
-
-int TvnOmitfNfsListAuth::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
+int32_t read_auth_filter(void* msg, std::string& text, auth_filter& out) {
+    switch (read_text(msg, ITEM_QUERY, text)) {
+        case ITEM_READ_ABSENT: return 0;
+        case ITEM_READ_FAILED: return bad_condition("");
+        case ITEM_READ_OK: break;
+    }
+    return parse_auth_filter(text, out);
 }
 
-int TvnOmitfNfsListAuth::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
+}  // namespace tvn_nfs
 
+int TvnOmitfNfsListAuth::deal(void* req, void** rsp) {
     tvn_nfs_show_auth_req show;
-    show.set_path("");
-    show.set_hostname("");
     show.set_sort_type(TVN_NFS_AUTH_SORT_DEFAULT);
-    show.set_offset(1);
-    show.set_count(0);
 
     uint32_t tenant = 0;
     int32_t rc = read_tenant(req, tenant, NFS_ERR_AUTH_OPTION);
@@ -74,94 +68,31 @@ int TvnOmitfNfsListAuth::deal(void* req, void** rsp) {
     show.set_tenant_id(tenant);
 
     std::string text;
-    item_read got = read_text(req, ITEM_QUERY, text);
-    if (got == ITEM_READ_FAILED) return bad_condition("");
-    if (got == ITEM_READ_OK) {
-        auth_filter filter;
-        rc = parse_auth_filter(text, filter);
-        if (rc != 0) return rc;
-        show.set_hostname(filter.hostname);
-        show.set_path(filter.path);
-        if (filter.share_id) show.set_share_id(*filter.share_id);
-        if (filter.options) show.set_options(*filter.options);
-        if (filter.auth_type) show.set_authtype(*filter.auth_type);
-    }
+    auth_filter filter;
+    rc = read_auth_filter(req, text, filter);
+    if (rc != 0) return rc;
+    set_auth_filter(filter, show);
+    if (filter.auth_type) show.set_authtype(*filter.auth_type);
 
-    got = read_text(req, ITEM_RANGE, text);
-    if (got == ITEM_READ_ABSENT) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "no range , use default value.");
-    } else {
-        tvn::query_range range;
-        if (got != ITEM_READ_OK || tvn::parse_query_range(text, range) != tvn::QUERY_COND_OK ||
-            range.offset == std::numeric_limits<uint32_t>::max()) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_PARAM_RANGE, "TvnOmitfNfsListAuth Param range is invalid.");
-            return NFS_ERR_PARAM_RANGE;
-        }
-        show.set_offset(range.offset + 1);
-        show.set_count(range.limit);
+    page_request page;
+    rc = read_page(req, "Auth_id", text, page);
+    if (rc != 0) return rc;
+    show.set_offset(page.offset);
+    show.set_count(page.count);
+    if (page.sort) {
+        if (page.sort->key == "NAME")
+            show.set_sort_type(page.sort->descending ? TVN_NFS_AUTH_NAME_SORT_DESCEND : TVN_NFS_AUTH_NAME_SORT_ASCEND);
+        else if (page.sort->key == "ACCESSVAL")
+            show.set_sort_type(page.sort->descending ? TVN_NFS_AUTH_VALUE_SORT_DESCEND
+                                                     : TVN_NFS_AUTH_VALUE_SORT_ASCEND);
     }
+    show.mutable_next_auth_id()->set_flag(page.after ? TVN_NFS_AUTH_ID_FIELD_VALID : TVN_NFS_AUTH_ID_FIELD_INVALID);
+    show.mutable_next_auth_id()->set_authid(page.after.value_or(0));
 
-    got = read_text(req, ITEM_SORT, text);
-    if (got != ITEM_READ_ABSENT) {
-        tvn::query_sort sort;
-        if (got != ITEM_READ_OK || tvn::parse_query_sort(text, sort) != tvn::QUERY_COND_OK) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_PARAM_RANGE, "TvnOmitfNfsListAuth Param sort is invalid.");
-            return NFS_ERR_PARAM_RANGE;
-        }
-        if (sort.key == "NAME")
-            show.set_sort_type(sort.descending ? TVN_NFS_AUTH_NAME_SORT_DESCEND : TVN_NFS_AUTH_NAME_SORT_ASCEND);
-        else if (sort.key == "ACCESSVAL")
-            show.set_sort_type(sort.descending ? TVN_NFS_AUTH_VALUE_SORT_DESCEND : TVN_NFS_AUTH_VALUE_SORT_ASCEND);
-    }
-
-    got = read_text(req, ITEM_ID, text);
-    if (got == ITEM_READ_ABSENT) {
-        show.mutable_next_auth_id()->set_flag(TVN_NFS_AUTH_ID_FIELD_INVALID);
-        show.mutable_next_auth_id()->set_authid(0);
-    } else {
-        uint64_t last = 0;
-        if (got != ITEM_READ_OK || !parse_object_id(text, last)) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_ID, "Auth_id(%s) is null or invalid.", text.c_str());
-            return NFS_ERR_SHARE_ID;
-        }
-        show.mutable_next_auth_id()->set_flag(TVN_NFS_AUTH_ID_FIELD_VALID);
-        show.mutable_next_auth_id()->set_authid(last);
-    }
-
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
     tvn_nfs_show_auth_rsp reply;
-    rc = api->show_auth(show, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent show_auth rpc call is failed.");
-        return rc;
-    }
-    if (reply.status().result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.status().result(), "OMAgent show_auth is failed, rc =%d.",
-                reply.status().result());
-        return reply.status().result();
-    }
-
-    void* ack = new_message(NFS_MSG_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    const uint32_t total = static_cast<uint32_t>(reply.auth_info_size());
-    for (uint32_t i = 0; i < total; ++i) {
-        size_t size = MSGOBJ_GetSize(ack);
-        if (!ack_has_room(size)) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, 0, "msg obj size may over, current: %llu, only get %u of %u auth",
-                    static_cast<unsigned long long>(size), i, total);
-            break;
-        }
-        MSGOBJ_SetOpcode(ack, i, get_opcode());
-        rc = write_items(ack, i, auth_answer_items(reply.auth_info(static_cast<int>(i))));
-        if (rc != 0) {
-            MSGOBJ_Destroy(ack);
-            return rc;
-        }
-    }
-    *rsp = ack;
-    return 0;
+    rc = call_store(*api, &tvn_store_nfs_api::show_auth, "show_auth", show, reply);
+    if (rc != 0) return rc;
+    return answer_page(rsp, reply.auth_info(), auth_answer_items, "auth");
 }

@@ -7,20 +7,7 @@
 
 using namespace tvn_nfs;
 
-namespace {
-constexpr const char* kName = "tvn_omitf_nfs_modify_auth";
-}
-
-int tvn_omitf_nfs_modify_auth::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     std::string text;
     if (read_text(req, ITEM_ID, text) != ITEM_READ_OK || !parse_object_id(text, m_auth_id)) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_ID, "Auth_id(%s) is null or invalid.", text.c_str());
@@ -50,11 +37,8 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
         return rc;
     }
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
     tvn_nfs_modify_auth_req mod;
     tvn_nfs_common_rsp reply;
     mod.set_auth_id(m_auth_id);
@@ -63,27 +47,11 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
     mod.set_tenant_id(m_tenant);
     rc = prepare_notify(NFS_NOTIFY_MODIFY, NFS_AUTH_OBJ_TYPE);
     if (rc != 0) return rc;
-    rc = api->modify_auth(mod, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent modify_auth rpc call is failed.");
-        return rc;
-    }
-    if (reply.result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent modify_auth is failed, rc =%d.",
-                reply.result());
-        return reply.result();
-    }
+    rc = call_store(*api, &tvn_store_nfs_api::modify_auth, "modify_auth", mod, reply);
+    if (rc != 0) return rc;
     notify_change(std::to_string(m_auth_id));
 
-    void* ack = new_message(NFS_AUTH_ACK_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    rc = write_items(ack, 0, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    return answer_record(rsp, NFS_AUTH_ACK_ITEMS, {{ITEM_ID, TYPE_STRING, std::to_string(m_auth_id)}});
 }
 
 void tvn_omitf_nfs_modify_auth::oplog_send(int result, unsigned int number) {

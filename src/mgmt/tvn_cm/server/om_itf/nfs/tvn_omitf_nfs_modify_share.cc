@@ -9,8 +9,6 @@
 using namespace tvn_nfs;
 
 namespace {
-constexpr const char* kName = "tvn_omitf_nfs_modify_share";
-
 // Whether the share may change its audit settings: always, the check only
 // records that the feature is off.
 int32_t audit_log_fs_check_for_modify() {
@@ -24,16 +22,7 @@ int32_t item_failed(uint32_t item) {
 }
 }  // namespace
 
-int tvn_omitf_nfs_modify_share::ommsg_deal(void* req, void** rsp) {
-    m_timer.start(kName, get_opcode());
-    int rc = deal(req, rsp);
-    m_timer.end(kName, rc);
-    return rc;
-}
-
 int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
-    if (req == nullptr || rsp == nullptr) return NFS_ERR_ITEM;
-
     int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
     if (rc != 0) return rc;
     rc = read_share_ref(req, m_share, NFS_ERR_INVALID);
@@ -58,11 +47,8 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
     if (got == ITEM_READ_FAILED) return item_failed(ITEM_LOCK);
     if (got == ITEM_READ_OK) mod.set_lock_strategy(static_cast<int32_t>(value));
 
-    got = read_switch(req, ITEM_SNAPSHOT, value);
-    if (got == ITEM_READ_FAILED) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get snapshot switch invalied.");
-        return NFS_ERR_ITEM;
-    }
+    got = read_snapshot_switch(req, value);
+    if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) mod.set_snapshot_switch(value);
 
     got = read_text(req, ITEM_AUDIT, text);
@@ -85,20 +71,12 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
     if (got == ITEM_READ_FAILED) return item_failed(ITEM_FREEZE);
     if (got == ITEM_READ_OK) mod.set_freeze(value);
 
-    got = read_switch(req, ITEM_FH_ALIGN, value);
-    if (got == ITEM_READ_FAILED) {
-        uint32_t shown = 0;
-        read_number(req, ITEM_FH_ALIGN, shown);
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get fhSwitch invalied, val:(%u).", shown);
-        return NFS_ERR_ITEM;
-    }
+    got = read_fh_alignment(req, value);
+    if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) mod.set_fhbytealignmentsupport(value);
 
-    auto api = new_store_api();
-    if (!api) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NOMEM, "New tvn_store_nfs_api failed.");
-        return NFS_ERR_NOMEM;
-    }
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
     rc = resolve_share_ref(*api, m_tenant, m_share);
     if (rc != 0) return rc;
     mod.set_share_id(m_share.id);
@@ -109,31 +87,15 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
     tvn_nfs_common_rsp reply;
     rc = prepare_notify(NFS_NOTIFY_MODIFY, NFS_SHARE_OBJ_TYPE);
     if (rc != 0) return rc;
-    rc = api->mod_share(mod, reply, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS));
-    if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent mod_share rpc call is failed.");
-        return rc;
-    }
-    if (reply.result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, reply.result(), "OMAgent mod_share is failed, rc =%d.",
-                reply.result());
-        return reply.result();
-    }
+    rc = call_store(*api, &tvn_store_nfs_api::mod_share, "mod_share", mod, reply);
+    if (rc != 0) return rc;
     notify_change();
 
-    void* ack = new_message(NFS_MSG_ITEMS);
-    if (ack == nullptr) return NFS_ERR_NOMEM;
-    rc = write_items(ack, 0,
-                     {
-                         {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
-                         {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
-                     });
-    if (rc != 0) {
-        MSGOBJ_Destroy(ack);
-        return rc;
-    }
-    *rsp = ack;
-    return 0;
+    return answer_record(rsp, NFS_MSG_ITEMS,
+                         {
+                             {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
+                             {ITEM_ID, TYPE_STRING, std::to_string(m_share.id)},
+                         });
 }
 
 void tvn_omitf_nfs_modify_share::oplog_send(int result, unsigned int number) {
