@@ -133,6 +133,13 @@ std::string add_switch(const option_parser& p, const char* name, uint32_t item, 
     return "";
 }
 
+// The switches a share create and modify both take.
+std::string add_share_switches(const option_parser& p, om_request& req) {
+    for (auto [name, item] : {std::pair{"snapshot", 93u}, {"freeze", 91u}, {"fh-alignment", 101u}})
+        if (auto problem = add_switch(p, name, item, req); !problem.empty()) return problem;
+    return "";
+}
+
 void add_vstore(const option_parser& p, om_request& req) {
     if (p.has("vstore")) req.str(4090, p.get("vstore"));
 }
@@ -165,6 +172,24 @@ std::string add_paging(const option_parser& p, const std::map<std::string, std::
         req.str(23, j.dump());
     }
     if (p.has("after")) req.str(1, p.get("after"));
+    return "";
+}
+
+// The options add_paging reads; `noun` names one record of the list.
+option_parser& paging_options(option_parser& p, const std::string& noun, const std::string& sort_keys) {
+    return p.option("offset", "N", "skip the first N " + noun + "s")
+        .option("limit", "N", "at most N " + noun + "s (default 100 with --offset)")
+        .option("sort", sort_keys, "order of the list")
+        .flag("desc", "descending order")
+        .option("after", "ID", "continue after this " + noun + " (cursor)");
+}
+
+// What a list or count request ends with: the page of a list, the vStore.
+std::string add_list_tail(const option_parser& p, bool list, const std::map<std::string, std::string>& sort_keys,
+                          om_request& req) {
+    if (list)
+        if (auto problem = add_paging(p, sort_keys, req); !problem.empty()) return problem;
+    add_vstore(p, req);
     return "";
 }
 
@@ -304,8 +329,7 @@ std::string share_create_build(const option_parser& p, om_request& req) {
         if (!tvn_om::parse_u32(p.get("charset"), v)) return "--charset is not a number";
         req.enumeration(90, v);
     }
-    for (auto [name, item] : {std::pair{"snapshot", 93u}, {"freeze", 91u}, {"fh-alignment", 101u}})
-        if (auto problem = add_switch(p, name, item, req); !problem.empty()) return problem;
+    if (auto problem = add_share_switches(p, req); !problem.empty()) return problem;
     add_vstore(p, req);
     return "";
 }
@@ -344,9 +368,7 @@ std::string share_modify_build(const option_parser& p, om_request& req) {
         if (list.empty() || list.front() != '[') list = "[" + list + "]";
         req.str(92, list);
     }
-    for (auto [name, item] : {std::pair{"snapshot", 93u}, {"freeze", 91u}, {"fh-alignment", 101u}})
-        if (auto problem = add_switch(p, name, item, req); !problem.empty()) return problem;
-    return "";
+    return add_share_switches(p, req);
 }
 
 option_parser share_list_parser(bool list) {
@@ -357,14 +379,7 @@ option_parser share_list_parser(bool list) {
         .option("fsid", "ID", "shares of a file system")
         .option("dtree", "ID", "shares of a dtree")
         .option("share-id", "ID", "the share of an id");
-    if (list) {
-        p.option("fs-name", "NAME", "shares of a file system by name")
-            .option("offset", "N", "skip the first N shares")
-            .option("limit", "N", "at most N shares (default 100 with --offset)")
-            .option("sort", "path|id", "order of the list")
-            .flag("desc", "descending order")
-            .option("after", "ID", "continue after this share (cursor)");
-    }
+    if (list) paging_options(p.option("fs-name", "NAME", "shares of a file system by name"), "share", "path|id");
     return vstore_option(p);
 }
 
@@ -375,11 +390,7 @@ std::string share_list_build(const option_parser& p, om_request& req, bool list)
         if (p.has(opt)) conditions.emplace_back(key, p.get(opt));
     // The count insists on a condition item; an empty one counts every share.
     if (!conditions.empty() || !list) req.str(22, filter_json(conditions));
-    if (list)
-        if (auto problem = add_paging(p, {{"path", "SHAREPATH"}, {"id", "ID"}}, req); !problem.empty())
-            return problem;
-    add_vstore(p, req);
-    return "";
+    return add_list_tail(p, list, {{"path", "SHAREPATH"}, {"id", "ID"}}, req);
 }
 
 option_parser client_create_parser() {
@@ -456,13 +467,7 @@ option_parser client_list_parser(bool list) {
         .option("share-name", "NAME", "permissions of a share by name")
         .option("access", "ro|rw|na", "permissions of an access")
         .option("type", "N", "permissions of a type");
-    if (list) {
-        p.option("offset", "N", "skip the first N permissions")
-            .option("limit", "N", "at most N permissions (default 100 with --offset)")
-            .option("sort", "name|access", "order of the list")
-            .flag("desc", "descending order")
-            .option("after", "ID", "continue after this permission (cursor)");
-    }
+    if (list) paging_options(p, "permission", "name|access");
     return vstore_option(p);
 }
 
@@ -478,11 +483,7 @@ std::string client_list_build(const option_parser& p, om_request& req, bool list
     }
     if (p.has("type")) conditions.emplace_back("AUTHTYPE", p.get("type"));
     if (!conditions.empty()) req.str(22, filter_json(conditions));
-    if (list)
-        if (auto problem = add_paging(p, {{"name", "NAME"}, {"access", "ACCESSVAL"}}, req); !problem.empty())
-            return problem;
-    add_vstore(p, req);
-    return "";
+    return add_list_tail(p, list, {{"name", "NAME"}, {"access", "ACCESSVAL"}}, req);
 }
 
 const tvn_om::group_registrar nfs_group({"nfs"}, "NFS shares and client permissions");
