@@ -36,6 +36,22 @@ std::string in_list(size_t n) {
     return s;
 }
 
+// Writes every pair of a request with `sql` in one transaction, `bind`
+// binding one pair; a pair without a key refuses the whole request.
+template <class Pairs, class Bind>
+int32_t write_pairs(sim_db& db, const char* sql, const Pairs& pairs, std::string& desc, Bind bind) {
+    for (const auto& p : pairs)
+        if (p.key().empty()) {
+            desc = "empty key";
+            return SIM_ERR_INVALID;
+        }
+    sim_txn tx(db);
+    sim_stmt st = db.prepare(sql);
+    if (!tx.ok() || !st || !run_each(st, pairs, bind) || tx.commit() != SIM_OK)
+        return io_failure(db, desc);
+    return success(desc);
+}
+
 }  // namespace
 
 int32_t conf_store::get_global(const std::vector<std::string>& keys, tvn_getglobal_cfg_rsp* rsp) {
@@ -64,32 +80,12 @@ int32_t conf_store::get_global(const std::vector<std::string>& keys, tvn_getglob
 }
 
 int32_t conf_store::set_global(const tvn_setglobal_cfg_req& req, std::string& desc) {
-    for (const auto& p : req.config())
-        if (p.key().empty()) {
-            desc = "empty key";
-            return SIM_ERR_INVALID;
-        }
-    sim_txn tx(db_);
-    sim_stmt st = db_.prepare(
-        "INSERT INTO global_config(key, value) VALUES(?, ?) "
-        "ON CONFLICT(key) DO UPDATE SET value = excluded.value");
-    if (!tx.ok() || !st) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    for (const auto& p : req.config()) {
-        st.reset();
-        if (st.bind(1, p.key()).bind(2, p.value()).run() != SQLITE_DONE) {
-            desc = db_.errmsg();
-            return SIM_ERR_IO;
-        }
-    }
-    if (tx.commit() != SIM_OK) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    return write_pairs(db_,
+                       "INSERT INTO global_config(key, value) VALUES(?, ?) "
+                       "ON CONFLICT(key) DO UPDATE SET value = excluded.value",
+                       req.config(), desc, [](sim_stmt& st, const auto& p) -> sim_stmt& {
+                           return st.bind(1, p.key()).bind(2, p.value());
+                       });
 }
 
 int32_t conf_store::get_tenant(uint32_t tenant_id, const std::vector<std::string>& keys,
@@ -138,69 +134,33 @@ int32_t conf_store::get_tenant(uint32_t tenant_id, const std::vector<std::string
 
 int32_t conf_store::set_tenant(const tvn_settenant_cfg_req& req, const std::string& family,
                                std::string& desc) {
-    for (const auto& p : req.config())
-        if (p.key().empty()) {
-            desc = "empty key";
-            return SIM_ERR_INVALID;
-        }
-    sim_txn tx(db_);
-    sim_stmt st = db_.prepare(
+    return write_pairs(
+        db_,
         "INSERT INTO tenant_config(tenant_id, key, value, family) VALUES(?, ?, ?, ?) "
         "ON CONFLICT(tenant_id, key) DO UPDATE SET value = excluded.value, family = "
-        "excluded.family");
-    if (!tx.ok() || !st) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    for (const auto& p : req.config()) {
-        st.reset();
-        if (st.bind(1, p.tenant_id()).bind(2, p.key()).bind(3, p.value()).bind(4, family).run() !=
-            SQLITE_DONE) {
-            desc = db_.errmsg();
-            return SIM_ERR_IO;
-        }
-    }
-    if (tx.commit() != SIM_OK) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+        "excluded.family",
+        req.config(), desc, [&family](sim_stmt& st, const auto& p) -> sim_stmt& {
+            return st.bind(1, p.tenant_id()).bind(2, p.key()).bind(3, p.value()).bind(4, family);
+        });
 }
 
 int32_t conf_store::del_tenant_keys(uint32_t tenant_id, const tvn_settenant_cfg_req& req,
                                     const std::string& family, std::string& desc) {
     sim_txn tx(db_);
-    if (!tx.ok()) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok()) return io_failure(db_, desc);
     if (req.config_size() == 0) {
         sim_stmt st = db_.prepare("DELETE FROM tenant_config WHERE tenant_id = ? AND family = ?");
-        if (!st || st.bind(1, tenant_id).bind(2, family).run() != SQLITE_DONE) {
-            desc = db_.errmsg();
-            return SIM_ERR_IO;
-        }
+        if (!st || st.bind(1, tenant_id).bind(2, family).run() != SQLITE_DONE)
+            return io_failure(db_, desc);
     } else {
         sim_stmt st = db_.prepare("DELETE FROM tenant_config WHERE tenant_id = ? AND key = ?");
-        if (!st) {
-            desc = db_.errmsg();
-            return SIM_ERR_IO;
-        }
-        for (const auto& p : req.config()) {
-            st.reset();
-            if (st.bind(1, p.tenant_id()).bind(2, p.key()).run() != SQLITE_DONE) {
-                desc = db_.errmsg();
-                return SIM_ERR_IO;
-            }
-        }
+        if (!st || !run_each(st, req.config(), [](sim_stmt& s, const auto& p) -> sim_stmt& {
+                return s.bind(1, p.tenant_id()).bind(2, p.key());
+            }))
+            return io_failure(db_, desc);
     }
-    if (tx.commit() != SIM_OK) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (tx.commit() != SIM_OK) return io_failure(db_, desc);
+    return success(desc);
 }
 
 int32_t conf_store::del_tenant_like(uint32_t tenant_id, const std::string& pattern, int& deleted,
@@ -212,27 +172,19 @@ int32_t conf_store::del_tenant_like(uint32_t tenant_id, const std::string& patte
     sim_txn tx(db_);
     sim_stmt sel = db_.prepare("SELECT key FROM tenant_config WHERE tenant_id = ?");
     sim_stmt del = db_.prepare("DELETE FROM tenant_config WHERE tenant_id = ? AND key = ?");
-    if (!tx.ok() || !sel || !del) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !sel || !del) return io_failure(db_, desc);
     std::vector<std::string> victims;
     sel.bind(1, tenant_id);
     while (sel.step() == SQLITE_ROW) {
         std::string k = sel.text(0);
         if (like_match(pattern, k)) victims.push_back(std::move(k));
     }
-    for (const auto& k : victims) {
-        del.reset();
-        if (del.bind(1, tenant_id).bind(2, k).run() != SQLITE_DONE) {
-            desc = db_.errmsg();
-            return SIM_ERR_IO;
-        }
-    }
-    if (tx.commit() != SIM_OK) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
+    if (!run_each(del, victims,
+                  [tenant_id](sim_stmt& st, const std::string& k) -> sim_stmt& {
+                      return st.bind(1, tenant_id).bind(2, k);
+                  }) ||
+        tx.commit() != SIM_OK)
+        return io_failure(db_, desc);
     deleted = static_cast<int>(victims.size());
     desc = fmt::format("{} key(s) deleted", deleted);
     return SIM_OK;
@@ -279,33 +231,22 @@ int32_t conf_store::add_tenant(const tvn_tenant_cfg_mgr_req& req, std::string& d
         "ON CONFLICT(tenant_id, key) DO UPDATE SET value = excluded.value");
     if (!tx.ok() || !t || !p ||
         t.bind(1, req.tenant_id()).bind(2, fmt::format("vstore{}", req.tenant_id())).run() !=
-            SQLITE_DONE) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
+            SQLITE_DONE)
+        return io_failure(db_, desc);
     for (const auto& pair : req.config()) {
         if (pair.key().empty()) continue;
         p.reset();
         if (p.bind(1, req.tenant_id()).bind(2, pair.key()).bind(3, pair.value()).run() !=
-            SQLITE_DONE) {
-            desc = db_.errmsg();
-            return SIM_ERR_IO;
-        }
+            SQLITE_DONE)
+            return io_failure(db_, desc);
     }
-    if (tx.commit() != SIM_OK) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (tx.commit() != SIM_OK) return io_failure(db_, desc);
+    return success(desc);
 }
 
 int32_t conf_store::del_tenant(const tvn_tenant_cfg_mgr_req& req, std::string& desc) {
     sim_txn tx(db_);
-    if (!tx.ok()) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok()) return io_failure(db_, desc);
     auto run = [&](const char* sql, const std::string* key) {
         sim_stmt st = db_.prepare(sql);
         if (!st) return false;
@@ -321,12 +262,8 @@ int32_t conf_store::del_tenant(const tvn_tenant_cfg_mgr_req& req, std::string& d
         ok = run("DELETE FROM tenant_config WHERE tenant_id = ?", nullptr) &&
              (req.tenant_id() == 0 || run("DELETE FROM tenant WHERE tenant_id = ?", nullptr));
     }
-    if (!ok || tx.commit() != SIM_OK) {
-        desc = db_.errmsg();
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (!ok || tx.commit() != SIM_OK) return io_failure(db_, desc);
+    return success(desc);
 }
 
 }  // namespace tvn::sim

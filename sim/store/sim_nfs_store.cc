@@ -85,9 +85,68 @@ uint32_t page_size(uint32_t count) {
 
 uint32_t skip_of(uint32_t offset) { return offset == 0 ? 0 : offset - 1; }
 
-std::string db_error(sim_db& db, const char* what) {
-    return fmt::format("database error while {}: {}", what, db.errmsg());
+// Runs a prepared list statement: the WHERE values, then LIMIT and OFFSET;
+// each row goes to `row`. SIM_OK, or SIM_ERR_IO when a step fails.
+template <class Row>
+int32_t list_rows(sim_db& db, sim_stmt& st, const sql_where& w, int64_t limit, int64_t offset,
+                  const char* what, std::string& desc, Row row) {
+    const auto& values = w.values();
+    st.bind_all(values);
+    st.bind(static_cast<int>(values.size() + 1), limit);
+    st.bind(static_cast<int>(values.size() + 2), offset);
+    int rc;
+    while ((rc = st.step()) == SQLITE_ROW) row();
+    if (rc != SQLITE_DONE) return io_failure(db, what, desc);
+    return success(desc);
 }
+
+// The end of a look-up that must find one row (`step` is its first step):
+// SIM_OK on a row; SIM_ERR_NOT_FOUND with not_found() in `desc` when there
+// is none; else SIM_ERR_IO.
+template <class NotFound>
+int32_t found_row(sim_db& db, int step, const char* what, std::string& desc, NotFound not_found) {
+    if (step == SQLITE_ROW) return SIM_OK;
+    if (step != SQLITE_DONE) return io_failure(db, what, desc);
+    desc = not_found();
+    return SIM_ERR_NOT_FOUND;
+}
+
+// The order of a list of `table`: by its identifier column, or by a key
+// column with the identifier breaking ties; a cursor resumes after its
+// record in that order.
+struct list_order {
+    const char* table;       // with its alias: "nfs_share s"
+    const char* id_col;      // "s.share_id"
+    const char* tenant_col;  // "s.tenant_id"
+    const char* key_col;     // nullptr: by identifier alone
+    bool descending;
+
+    std::string order_by() const {
+        const char* dir = descending ? " DESC" : "";
+        return key_col != nullptr ? fmt::format(" ORDER BY {0}{2}, {1}{2}", key_col, id_col, dir)
+                                  : fmt::format(" ORDER BY {}{}", id_col, dir);
+    }
+
+    // Limits `w` to what comes after the cursor record `after`. SIM_OK,
+    // SIM_ERR_NOT_FOUND ("cursor <noun> ... not found") or SIM_ERR_IO.
+    int32_t resume_after(sim_db& db, uint64_t after, uint32_t tenant_id, const char* noun,
+                         sql_where& w, std::string& desc) const {
+        const char* cmp = descending ? "<" : ">";
+        if (key_col == nullptr) {
+            w.add(fmt::format("{} {} ?", id_col, cmp), after);
+            return SIM_OK;
+        }
+        sim_stmt cur = db.prepare(fmt::format("SELECT {} FROM {} WHERE {} = ? AND {} = ?", key_col,
+                                              table, id_col, tenant_col));
+        if (!cur) return io_failure(db, "reading the cursor", desc);
+        if (cur.bind(1, after).bind(2, tenant_id).step() != SQLITE_ROW) {
+            desc = fmt::format("cursor {} {} not found in tenant {}", noun, after, tenant_id);
+            return SIM_ERR_NOT_FOUND;
+        }
+        w.add(fmt::format("({}, {}) {} (?, ?)", key_col, id_col, cmp), cur.text(0), after);
+        return SIM_OK;
+    }
+};
 
 // The filter fields common to the share list and the share count.
 struct share_filter {
@@ -100,6 +159,21 @@ struct share_filter {
     bool has_share_id = false;
     uint64_t share_id = 0;
 };
+
+// The share list and count requests name these fields alike.
+template <class Req>
+share_filter share_filter_of(const Req& req) {
+    share_filter f;
+    f.tenant_id = req.tenant_id();
+    f.fsid = req.fsid();
+    f.path = req.path();
+    f.comment = req.comment();
+    f.has_dtree = req.has_dtreeid();
+    f.dtreeid = req.dtreeid();
+    f.has_share_id = req.has_share_id();
+    f.share_id = req.share_id();
+    return f;
+}
 
 void apply_share_filter(const share_filter& f, sql_where& w) {
     w.add("s.tenant_id = ?", f.tenant_id);
@@ -123,6 +197,20 @@ struct auth_filter {
     uint32_t auth_type = 0;
 };
 
+// The fields the permission list and count requests name alike; each sets
+// the share its own way.
+template <class Req>
+auth_filter auth_filter_of(const Req& req) {
+    auth_filter f;
+    f.tenant_id = req.tenant_id();
+    f.path = req.path();
+    f.client = req.hostname();
+    f.has_show_type = req.has_show_type();
+    f.show_type = req.show_type();
+    f.options = req.options();
+    return f;
+}
+
 void apply_auth_filter(const auth_filter& f, sql_where& w) {
     w.add("a.tenant_id = ?", f.tenant_id);
     if (!f.path.empty()) w.add("instr(s.path, ?) > 0", f.path);
@@ -139,13 +227,10 @@ void apply_auth_filter(const auth_filter& f, sql_where& w) {
 int32_t count_rows(sim_db& db, const std::string& from, const sql_where& w, uint32_t& count,
                    std::string& desc) {
     sim_stmt st = db.prepare("SELECT count(*)" + from + w.sql());
-    if (!st || st.bind_all(w.values()).step() != SQLITE_ROW) {
-        desc = db_error(db, "counting");
-        return SIM_ERR_IO;
-    }
+    if (!st || st.bind_all(w.values()).step() != SQLITE_ROW)
+        return io_failure(db, "counting", desc);
     count = st.u32(0);
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 }  // namespace
@@ -160,16 +245,10 @@ int32_t nfs_store::add_share(const tvn_nfs_add_share_req& req, uint64_t& share_i
     }
     const std::string alias = req.alias().empty() ? req.path() : req.alias();
     sim_txn tx(db_);
-    if (!tx.ok()) {
-        desc = db_error(db_, "beginning");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok()) return io_failure(db_, "beginning", desc);
     sim_stmt dup = db_.prepare(
         "SELECT share_id, path = ?2 FROM nfs_share WHERE tenant_id = ?1 AND (path = ?2 OR alias = ?3)");
-    if (!dup) {
-        desc = db_error(db_, "checking for duplicates");
-        return SIM_ERR_IO;
-    }
+    if (!dup) return io_failure(db_, "checking for duplicates", desc);
     dup.bind(1, req.tenant_id()).bind(2, req.path()).bind(3, alias);
     if (dup.step() == SQLITE_ROW) {
         desc = dup.i64(1) != 0
@@ -183,10 +262,7 @@ int32_t nfs_store::add_share(const tvn_nfs_add_share_req& req, uint64_t& share_i
         "INSERT INTO nfs_share(tenant_id, fsid, dtreeid, path, alias, comment, charset_id, "
         "lock_strategy, version, charge, audit_item, snapshot_switch, freeze, "
         "fileblocking_switch, fh_alignment) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
-    if (!ins) {
-        desc = db_error(db_, "adding a share");
-        return SIM_ERR_IO;
-    }
+    if (!ins) return io_failure(db_, "adding a share", desc);
     ins.bind(1, req.tenant_id())
         .bind(2, req.fsid())
         .bind(3, req.dtreeid())
@@ -202,43 +278,28 @@ int32_t nfs_store::add_share(const tvn_nfs_add_share_req& req, uint64_t& share_i
         .bind(13, req.freeze())
         .bind(14, req.fileblocking_switch())
         .bind(15, req.fhbytealignmentsupport());
-    if (ins.run() != SQLITE_DONE) {
-        desc = db_error(db_, "adding a share");
-        return SIM_ERR_IO;
-    }
+    if (ins.run() != SQLITE_DONE) return io_failure(db_, "adding a share", desc);
     const uint64_t id = static_cast<uint64_t>(db_.last_insert_rowid());
-    if (tx.commit() != SIM_OK) {
-        desc = db_error(db_, "committing a new share");
-        return SIM_ERR_IO;
-    }
+    if (tx.commit() != SIM_OK) return io_failure(db_, "committing a new share", desc);
     share_id = id;
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 int32_t nfs_store::del_share(uint64_t share_id, uint32_t tenant_id, std::string& desc) {
     sim_txn tx(db_);
     sim_stmt del = db_.prepare("DELETE FROM nfs_share WHERE share_id = ? AND tenant_id = ?");
     sim_stmt del_auth = db_.prepare("DELETE FROM nfs_auth WHERE share_id = ?");
-    if (!tx.ok() || !del || !del_auth) {
-        desc = db_error(db_, "deleting a share");
-        return SIM_ERR_IO;
-    }
-    if (del.bind(1, share_id).bind(2, tenant_id).run() != SQLITE_DONE) {
-        desc = db_error(db_, "deleting a share");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !del || !del_auth) return io_failure(db_, "deleting a share", desc);
+    if (del.bind(1, share_id).bind(2, tenant_id).run() != SQLITE_DONE)
+        return io_failure(db_, "deleting a share", desc);
     if (db_.changes() == 0) {
         desc = fmt::format("share {} not found in tenant {}", share_id, tenant_id);
         return SIM_ERR_NOT_FOUND;
     }
     // Permissions go with their share, in the same transaction.
-    if (del_auth.bind(1, share_id).run() != SQLITE_DONE || tx.commit() != SIM_OK) {
-        desc = db_error(db_, "deleting a share's permissions");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (del_auth.bind(1, share_id).run() != SQLITE_DONE || tx.commit() != SIM_OK)
+        return io_failure(db_, "deleting a share's permissions", desc);
+    return success(desc);
 }
 
 int32_t nfs_store::mod_share(const tvn_nfs_mod_share_req& req, std::string& desc) {
@@ -271,28 +332,18 @@ int32_t nfs_store::mod_share(const tvn_nfs_mod_share_req& req, std::string& desc
     sim_txn tx(db_);
     sim_stmt st = db_.prepare(fmt::format(
         "UPDATE nfs_share SET {} WHERE share_id = ? AND tenant_id = ?", assignments));
-    if (!tx.ok() || !st) {
-        desc = db_error(db_, "modifying a share");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !st) return io_failure(db_, "modifying a share", desc);
     auto& values = set.values();
     st.bind_all(values);
     st.bind(static_cast<int>(values.size() + 1), req.share_id());
     st.bind(static_cast<int>(values.size() + 2), req.tenant_id());
-    if (st.run() != SQLITE_DONE) {
-        desc = db_error(db_, "modifying a share");
-        return SIM_ERR_IO;
-    }
+    if (st.run() != SQLITE_DONE) return io_failure(db_, "modifying a share", desc);
     if (db_.changes() == 0) {
         desc = fmt::format("share {} not found in tenant {}", req.share_id(), req.tenant_id());
         return SIM_ERR_NOT_FOUND;
     }
-    if (tx.commit() != SIM_OK) {
-        desc = db_error(db_, "committing a share change");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (tx.commit() != SIM_OK) return io_failure(db_, "committing a share change", desc);
+    return success(desc);
 }
 
 int32_t nfs_store::get_share(uint64_t share_id, uint32_t tenant_id, mul_vstore_nfs_share* out,
@@ -301,37 +352,19 @@ int32_t nfs_store::get_share(uint64_t share_id, uint32_t tenant_id, mul_vstore_n
         "SELECT {}{} WHERE s.share_id = ? AND s.tenant_id = ?", kShareCols, kShareFrom);
     sim_read r(db_);
     sim_stmt_ref st = db_.cached(sql);
-    if (!st) {
-        desc = db_error(db_, "reading a share");
-        return SIM_ERR_IO;
-    }
-    int rc = st->bind(1, share_id).bind(2, tenant_id).step();
-    if (rc == SQLITE_DONE) {
-        desc = fmt::format("share {} not found in tenant {}", share_id, tenant_id);
-        return SIM_ERR_NOT_FOUND;
-    }
-    if (rc != SQLITE_ROW) {
-        desc = db_error(db_, "reading a share");
-        return SIM_ERR_IO;
-    }
+    if (!st) return io_failure(db_, "reading a share", desc);
+    int32_t rc = found_row(
+        db_, st->bind(1, share_id).bind(2, tenant_id).step(), "reading a share", desc,
+        [&] { return fmt::format("share {} not found in tenant {}", share_id, tenant_id); });
+    if (rc != SIM_OK) return rc;
     read_share(*st, out);
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 int32_t nfs_store::show_share(const tvn_nfs_show_share_req& req, tvn_nfs_show_share_rsp* rsp,
                               std::string& desc) {
-    share_filter f;
-    f.tenant_id = req.tenant_id();
-    f.fsid = req.fsid();
-    f.path = req.path();
-    f.comment = req.comment();
-    f.has_dtree = req.has_dtreeid();
-    f.dtreeid = req.dtreeid();
-    f.has_share_id = req.has_share_id();
-    f.share_id = req.share_id();
     sql_where w;
-    apply_share_filter(f, w);
+    apply_share_filter(share_filter_of(req), w);
     if (req.has_charset_id()) w.add("s.charset_id = ?", req.charset_id());
     if (req.has_version()) w.add("s.version = ?", req.version());
     if (req.has_fileblocking_switch())
@@ -359,71 +392,34 @@ int32_t nfs_store::show_share(const tvn_nfs_show_share_req& req, tvn_nfs_show_sh
     }
 
     const bool by_path = req.has_list_type() && req.list_type() == TVN_NFSBYSHAREPATH;
-    const bool descending = req.sort_type() == TVN_NFS_SHARE_SORT_DESCEND;
-    const char* cmp = descending ? "<" : ">";
-    const char* dir = descending ? " DESC" : "";
+    const list_order order{"nfs_share s", "s.share_id", "s.tenant_id", by_path ? "s.path" : nullptr,
+                           req.sort_type() == TVN_NFS_SHARE_SORT_DESCEND};
 
     sim_read r(db_);
     uint32_t skip = skip_of(req.offset());
     if (req.next_share_id().flag() == TVN_NFS_SHARE_ID_FIELD_VALID) {
         skip = 0;
-        const uint64_t after = req.next_share_id().shareid();
-        if (!by_path) {
-            w.add(fmt::format("s.share_id {} ?", cmp), after);
-        } else {
-            sim_stmt cur = db_.prepare("SELECT path FROM nfs_share WHERE share_id = ? AND tenant_id = ?");
-            if (!cur) {
-                desc = db_error(db_, "reading the cursor");
-                return SIM_ERR_IO;
-            }
-            if (cur.bind(1, after).bind(2, req.tenant_id()).step() != SQLITE_ROW) {
-                desc = fmt::format("cursor share {} not found in tenant {}", after,
-                                   req.tenant_id());
-                return SIM_ERR_NOT_FOUND;
-            }
-            w.add(fmt::format("(s.path, s.share_id) {} (?, ?)", cmp), cur.text(0), after);
-        }
+        int32_t rc = order.resume_after(db_, req.next_share_id().shareid(), req.tenant_id(),
+                                        "share", w, desc);
+        if (rc != SIM_OK) return rc;
     }
-    const std::string order = by_path ? fmt::format(" ORDER BY s.path{0}, s.share_id{0}", dir)
-                                      : fmt::format(" ORDER BY s.share_id{}", dir);
     // The page is chosen on the share table alone, so the rows an offset
     // skips cost an index step each, not a whole joined row.
     sim_stmt st = db_.prepare(fmt::format(
         "SELECT {0}{1} WHERE s.share_id IN (SELECT s.share_id FROM nfs_share s{2}{3} LIMIT ? "
         "OFFSET ?){3}",
-        kShareCols, kShareFrom, w.sql(), order));
-    if (!st) {
-        desc = db_error(db_, "listing shares");
-        return SIM_ERR_IO;
-    }
-    const auto& values = w.values();
-    st.bind_all(values);
-    st.bind(static_cast<int>(values.size() + 1), page_size(req.count()));
-    st.bind(static_cast<int>(values.size() + 2), skip);
-    int rc;
-    while ((rc = st.step()) == SQLITE_ROW) read_share(st, rsp->add_share_info());
-    if (rc != SQLITE_DONE) {
-        rsp->clear_share_info();
-        desc = db_error(db_, "listing shares");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+        kShareCols, kShareFrom, w.sql(), order.order_by()));
+    if (!st) return io_failure(db_, "listing shares", desc);
+    int32_t rc = list_rows(db_, st, w, page_size(req.count()), skip, "listing shares", desc,
+                           [&] { read_share(st, rsp->add_share_info()); });
+    if (rc != SIM_OK) rsp->clear_share_info();
+    return rc;
 }
 
 int32_t nfs_store::count_shares(const tvn_nfs_get_share_count_req& req, uint32_t& count,
                                 std::string& desc) {
-    share_filter f;
-    f.tenant_id = req.tenant_id();
-    f.fsid = req.fsid();
-    f.path = req.path();
-    f.comment = req.comment();
-    f.has_dtree = req.has_dtreeid();
-    f.dtreeid = req.dtreeid();
-    f.has_share_id = req.has_share_id();
-    f.share_id = req.share_id();
     sql_where w;
-    apply_share_filter(f, w);
+    apply_share_filter(share_filter_of(req), w);
     sim_read r(db_);
     return count_rows(db_, " FROM nfs_share s", w, count, desc);
 }
@@ -457,19 +453,13 @@ int32_t nfs_store::share_id_by_name(uint32_t tenant_id, const std::string& name,
     sim_stmt st = db_.prepare(
         "SELECT share_id FROM nfs_share WHERE tenant_id = ?1 AND (alias = ?2 OR path = ?2) "
         "ORDER BY alias = ?2 DESC LIMIT 1");
-    if (!st) {
-        desc = db_error(db_, "looking a share up");
-        return SIM_ERR_IO;
-    }
-    int rc = st.bind(1, tenant_id).bind(2, name).step();
-    if (rc != SQLITE_ROW) {
-        desc = rc == SQLITE_DONE ? fmt::format("no share named {} in tenant {}", name, tenant_id)
-                                 : db_error(db_, "looking a share up");
-        return rc == SQLITE_DONE ? SIM_ERR_NOT_FOUND : SIM_ERR_IO;
-    }
+    if (!st) return io_failure(db_, "looking a share up", desc);
+    int32_t rc =
+        found_row(db_, st.bind(1, tenant_id).bind(2, name).step(), "looking a share up", desc,
+                  [&] { return fmt::format("no share named {} in tenant {}", name, tenant_id); });
+    if (rc != SIM_OK) return rc;
     share_id = st.u64(0);
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 // ---- permissions ----------------------------------------------------------
@@ -493,10 +483,7 @@ int32_t nfs_store::create_auth(const tvn_nfs_create_auth_req& req, uint64_t& aut
     sim_stmt ins = db_.prepare(
         "INSERT INTO nfs_auth(share_id, tenant_id, hostname, options, options_freeze, opts_flag, "
         "show_type, auth_type, priority) VALUES(?,?,?,?,?,0,?,?,?)");
-    if (!tx.ok() || !share || !dup || !ins) {
-        desc = db_error(db_, "adding a permission");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !share || !dup || !ins) return io_failure(db_, "adding a permission", desc);
     if (share.bind(1, req.share_id()).bind(2, req.tenant_id()).step() != SQLITE_ROW) {
         desc = fmt::format("share {} not found in tenant {}", req.share_id(), req.tenant_id());
         return SIM_ERR_NOT_FOUND;
@@ -515,37 +502,24 @@ int32_t nfs_store::create_auth(const tvn_nfs_create_auth_req& req, uint64_t& aut
         .bind(6, static_cast<int>(TVN_NFS_AUTH_SHOW_NOTVPC))
         .bind(7, static_cast<uint32_t>(cls.kind))
         .bind(8, cls.priority);
-    if (ins.run() != SQLITE_DONE) {
-        desc = db_error(db_, "adding a permission");
-        return SIM_ERR_IO;
-    }
+    if (ins.run() != SQLITE_DONE) return io_failure(db_, "adding a permission", desc);
     const uint64_t id = static_cast<uint64_t>(db_.last_insert_rowid());
-    if (tx.commit() != SIM_OK) {
-        desc = db_error(db_, "committing a permission");
-        return SIM_ERR_IO;
-    }
+    if (tx.commit() != SIM_OK) return io_failure(db_, "committing a permission", desc);
     auth_id = id;
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 int32_t nfs_store::delete_auth(uint64_t auth_id, uint32_t tenant_id, std::string& desc) {
     sim_txn tx(db_);
     sim_stmt st = db_.prepare("DELETE FROM nfs_auth WHERE auth_id = ? AND tenant_id = ?");
-    if (!tx.ok() || !st || st.bind(1, auth_id).bind(2, tenant_id).run() != SQLITE_DONE) {
-        desc = db_error(db_, "deleting a permission");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !st || st.bind(1, auth_id).bind(2, tenant_id).run() != SQLITE_DONE)
+        return io_failure(db_, "deleting a permission", desc);
     if (db_.changes() == 0) {
         desc = fmt::format("permission {} not found in tenant {}", auth_id, tenant_id);
         return SIM_ERR_NOT_FOUND;
     }
-    if (tx.commit() != SIM_OK) {
-        desc = db_error(db_, "committing a permission removal");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (tx.commit() != SIM_OK) return io_failure(db_, "committing a permission removal", desc);
+    return success(desc);
 }
 
 int32_t nfs_store::modify_auth(const tvn_nfs_modify_auth_req& req, std::string& desc) {
@@ -557,24 +531,17 @@ int32_t nfs_store::modify_auth(const tvn_nfs_modify_auth_req& req, std::string& 
     sim_stmt cur = db_.prepare("SELECT options FROM nfs_auth WHERE auth_id = ? AND tenant_id = ?");
     sim_stmt upd = db_.prepare(
         "UPDATE nfs_auth SET options = ?, opts_flag = ?, version = version + 1 WHERE auth_id = ?");
-    if (!tx.ok() || !cur || !upd) {
-        desc = db_error(db_, "modifying a permission");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !cur || !upd) return io_failure(db_, "modifying a permission", desc);
     if (cur.bind(1, req.auth_id()).bind(2, req.tenant_id()).step() != SQLITE_ROW) {
         desc = fmt::format("permission {} not found in tenant {}", req.auth_id(), req.tenant_id());
         return SIM_ERR_NOT_FOUND;
     }
     // The request may name only the words that change; the rest stay.
     const std::string merged = merge_export_options(cur.text(0), req.options());
-    if (upd.bind(1, merged).bind(2, req.opts_flag()).bind(3, req.auth_id()).run() !=
-            SQLITE_DONE ||
-        tx.commit() != SIM_OK) {
-        desc = db_error(db_, "modifying a permission");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (upd.bind(1, merged).bind(2, req.opts_flag()).bind(3, req.auth_id()).run() != SQLITE_DONE ||
+        tx.commit() != SIM_OK)
+        return io_failure(db_, "modifying a permission", desc);
+    return success(desc);
 }
 
 int32_t nfs_store::get_auth(uint64_t auth_id, uint32_t tenant_id,
@@ -582,32 +549,19 @@ int32_t nfs_store::get_auth(uint64_t auth_id, uint32_t tenant_id,
     sim_read r(db_);
     sim_stmt st = db_.prepare(fmt::format("SELECT {}{} WHERE a.auth_id = ? AND a.tenant_id = ?",
                                           kAuthCols, kAuthFrom));
-    if (!st) {
-        desc = db_error(db_, "reading a permission");
-        return SIM_ERR_IO;
-    }
-    int rc = st.bind(1, auth_id).bind(2, tenant_id).step();
-    if (rc != SQLITE_ROW) {
-        desc = rc == SQLITE_DONE
-                   ? fmt::format("permission {} not found in tenant {}", auth_id, tenant_id)
-                   : db_error(db_, "reading a permission");
-        return rc == SQLITE_DONE ? SIM_ERR_NOT_FOUND : SIM_ERR_IO;
-    }
+    if (!st) return io_failure(db_, "reading a permission", desc);
+    int32_t rc = found_row(
+        db_, st.bind(1, auth_id).bind(2, tenant_id).step(), "reading a permission", desc,
+        [&] { return fmt::format("permission {} not found in tenant {}", auth_id, tenant_id); });
+    if (rc != SIM_OK) return rc;
     read_auth(st, out);
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 int32_t nfs_store::show_auth(const tvn_nfs_show_auth_req& req, tvn_nfs_show_auth_rsp* rsp,
                              std::string& desc) {
-    auth_filter f;
-    f.tenant_id = req.tenant_id();
-    f.path = req.path();
-    f.client = req.hostname();
+    auth_filter f = auth_filter_of(req);
     f.share_id = req.has_share_id() ? req.share_id() : 0;
-    f.has_show_type = req.has_show_type();
-    f.show_type = req.show_type();
-    f.options = req.options();
     f.has_auth_type = req.has_authtype();
     f.auth_type = req.authtype();
     sql_where w;
@@ -622,66 +576,29 @@ int32_t nfs_store::show_auth(const tvn_nfs_show_auth_req& req, tvn_nfs_show_auth
         case TVN_NFS_AUTH_VALUE_SORT_DESCEND: key = "a.options"; descending = true; break;
         default: break;
     }
-    const char* cmp = descending ? "<" : ">";
-    const char* dir = descending ? " DESC" : "";
+    const list_order order{"nfs_auth a", "a.auth_id", "a.tenant_id", key, descending};
 
     sim_read r(db_);
     uint32_t skip = skip_of(req.offset());
     if (req.next_auth_id().flag() == TVN_NFS_AUTH_ID_FIELD_VALID) {
         skip = 0;
-        const uint64_t after = req.next_auth_id().authid();
-        if (key == nullptr) {
-            w.add(fmt::format("a.auth_id {} ?", cmp), after);
-        } else {
-            sim_stmt cur = db_.prepare(
-                fmt::format("SELECT {} FROM nfs_auth a WHERE a.auth_id = ? AND a.tenant_id = ?",
-                            key));
-            if (!cur) {
-                desc = db_error(db_, "reading the cursor");
-                return SIM_ERR_IO;
-            }
-            if (cur.bind(1, after).bind(2, req.tenant_id()).step() != SQLITE_ROW) {
-                desc = fmt::format("cursor permission {} not found in tenant {}", after,
-                                   req.tenant_id());
-                return SIM_ERR_NOT_FOUND;
-            }
-            w.add(fmt::format("({}, a.auth_id) {} (?, ?)", key, cmp), cur.text(0), after);
-        }
+        int32_t rc = order.resume_after(db_, req.next_auth_id().authid(), req.tenant_id(),
+                                        "permission", w, desc);
+        if (rc != SIM_OK) return rc;
     }
-    const std::string order = key != nullptr
-                                  ? fmt::format(" ORDER BY {0}{1}, a.auth_id{1}", key, dir)
-                                  : fmt::format(" ORDER BY a.auth_id{}", dir);
-    sim_stmt st = db_.prepare(fmt::format("SELECT {}{}{}{} LIMIT ? OFFSET ?", kAuthCols,
-                                          kAuthFrom, w.sql(), order));
-    if (!st) {
-        desc = db_error(db_, "listing permissions");
-        return SIM_ERR_IO;
-    }
-    const auto& values = w.values();
-    st.bind_all(values);
-    st.bind(static_cast<int>(values.size() + 1), page_size(req.count()));
-    st.bind(static_cast<int>(values.size() + 2), skip);
-    int rc;
-    while ((rc = st.step()) == SQLITE_ROW) read_auth(st, rsp->add_auth_info());
-    if (rc != SQLITE_DONE) {
-        rsp->clear_auth_info();
-        desc = db_error(db_, "listing permissions");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    sim_stmt st = db_.prepare(fmt::format("SELECT {}{}{}{} LIMIT ? OFFSET ?", kAuthCols, kAuthFrom,
+                                          w.sql(), order.order_by()));
+    if (!st) return io_failure(db_, "listing permissions", desc);
+    int32_t rc = list_rows(db_, st, w, page_size(req.count()), skip, "listing permissions", desc,
+                           [&] { read_auth(st, rsp->add_auth_info()); });
+    if (rc != SIM_OK) rsp->clear_auth_info();
+    return rc;
 }
 
 int32_t nfs_store::count_auths(const tvn_nfs_get_auth_count_req& req, uint32_t& count,
                                std::string& desc) {
-    auth_filter f;
-    f.tenant_id = req.tenant_id();
-    f.path = req.path();
-    f.client = req.hostname();
+    auth_filter f = auth_filter_of(req);
     f.share_id = req.share_id();
-    f.has_show_type = req.has_show_type();
-    f.show_type = req.show_type();
-    f.options = req.options();
     sql_where w;
     apply_auth_filter(f, w);
     sim_read r(db_);
@@ -694,20 +611,14 @@ int32_t nfs_store::auth_id_by_client(uint32_t tenant_id, uint64_t share_id,
     sim_read r(db_);
     sim_stmt st = db_.prepare(
         "SELECT auth_id FROM nfs_auth WHERE tenant_id = ? AND share_id = ? AND hostname = ?");
-    if (!st) {
-        desc = db_error(db_, "looking a permission up");
-        return SIM_ERR_IO;
-    }
-    int rc = st.bind(1, tenant_id).bind(2, share_id).bind(3, client).step();
-    if (rc != SQLITE_ROW) {
-        desc = rc == SQLITE_DONE ? fmt::format("client {} has no permission on share {}", client,
-                                               share_id)
-                                 : db_error(db_, "looking a permission up");
-        return rc == SQLITE_DONE ? SIM_ERR_NOT_FOUND : SIM_ERR_IO;
-    }
+    if (!st) return io_failure(db_, "looking a permission up", desc);
+    int32_t rc = found_row(
+        db_, st.bind(1, tenant_id).bind(2, share_id).bind(3, client).step(),
+        "looking a permission up", desc,
+        [&] { return fmt::format("client {} has no permission on share {}", client, share_id); });
+    if (rc != SIM_OK) return rc;
     auth_id = st.u64(0);
-    desc = "success";
-    return SIM_OK;
+    return success(desc);
 }
 
 // ---- VPC marker map ---------------------------------------------------------
@@ -717,10 +628,7 @@ int32_t nfs_store::add_vpc(const AddVpcMapReq& req, std::string& desc) {
     sim_stmt dup = db_.prepare("SELECT 1 FROM nfs_vpc WHERE tenant_id = ? AND marker_id = ?");
     sim_stmt ins = db_.prepare(
         "INSERT INTO nfs_vpc(tenant_id, marker_id, vpc_id, project_id) VALUES(?,?,?,?)");
-    if (!tx.ok() || !dup || !ins) {
-        desc = db_error(db_, "adding a VPC marker");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !dup || !ins) return io_failure(db_, "adding a VPC marker", desc);
     if (dup.bind(1, req.tenant_id()).bind(2, req.marker_id()).step() == SQLITE_ROW) {
         desc = fmt::format("marker {} already exists in tenant {}", req.marker_id(),
                            req.tenant_id());
@@ -731,32 +639,33 @@ int32_t nfs_store::add_vpc(const AddVpcMapReq& req, std::string& desc) {
                 .bind(3, req.vpc_id())
                 .bind(4, req.project_id())
                 .run() != SQLITE_DONE ||
-        tx.commit() != SIM_OK) {
-        desc = db_error(db_, "adding a VPC marker");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+        tx.commit() != SIM_OK)
+        return io_failure(db_, "adding a VPC marker", desc);
+    return success(desc);
 }
 
 int32_t nfs_store::del_vpc(uint64_t marker_id, uint32_t tenant_id, std::string& desc) {
     sim_txn tx(db_);
     sim_stmt st = db_.prepare("DELETE FROM nfs_vpc WHERE tenant_id = ? AND marker_id = ?");
-    if (!tx.ok() || !st || st.bind(1, tenant_id).bind(2, marker_id).run() != SQLITE_DONE) {
-        desc = db_error(db_, "deleting a VPC marker");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok() || !st || st.bind(1, tenant_id).bind(2, marker_id).run() != SQLITE_DONE)
+        return io_failure(db_, "deleting a VPC marker", desc);
     if (db_.changes() == 0) {
         desc = fmt::format("marker {} not found in tenant {}", marker_id, tenant_id);
         return SIM_ERR_NOT_FOUND;
     }
-    if (tx.commit() != SIM_OK) {
-        desc = db_error(db_, "deleting a VPC marker");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (tx.commit() != SIM_OK) return io_failure(db_, "deleting a VPC marker", desc);
+    return success(desc);
 }
+
+namespace {
+void read_vpc(const sim_stmt& st, mul_vstore_nfs_vpc* out) {
+    out->set_marker_id(st.u32(0));
+    out->set_vpc_id(st.text(1));
+    out->set_project_id(st.text(2));
+    out->set_tenant_id(st.u32(3));
+    out->set_row_key(std::to_string(st.u32(0)));
+}
+}  // namespace
 
 int32_t nfs_store::show_vpc(const ShowVpcMapReq& req, ShowVpcMapRsp* rsp, std::string& desc) {
     sql_where w;
@@ -767,30 +676,11 @@ int32_t nfs_store::show_vpc(const ShowVpcMapReq& req, ShowVpcMapRsp* rsp, std::s
     sim_read r(db_);
     sim_stmt st = db_.prepare("SELECT marker_id, vpc_id, project_id, tenant_id FROM nfs_vpc" +
                               w.sql() + " ORDER BY marker_id LIMIT ? OFFSET ?");
-    if (!st) {
-        desc = db_error(db_, "listing VPC markers");
-        return SIM_ERR_IO;
-    }
-    const auto& values = w.values();
-    st.bind_all(values);
-    st.bind(static_cast<int>(values.size() + 1), page_size(req.count()));
-    st.bind(static_cast<int>(values.size() + 2), skip_of(req.offset()));
-    int rc;
-    while ((rc = st.step()) == SQLITE_ROW) {
-        auto* v = rsp->add_vpc_info();
-        v->set_marker_id(st.u32(0));
-        v->set_vpc_id(st.text(1));
-        v->set_project_id(st.text(2));
-        v->set_tenant_id(st.u32(3));
-        v->set_row_key(std::to_string(st.u32(0)));
-    }
-    if (rc != SQLITE_DONE) {
-        rsp->clear_vpc_info();
-        desc = db_error(db_, "listing VPC markers");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (!st) return io_failure(db_, "listing VPC markers", desc);
+    int32_t rc = list_rows(db_, st, w, page_size(req.count()), skip_of(req.offset()),
+                           "listing VPC markers", desc, [&] { read_vpc(st, rsp->add_vpc_info()); });
+    if (rc != SIM_OK) rsp->clear_vpc_info();
+    return rc;
 }
 
 // ---- read-back for the kernel side ----------------------------------------------
@@ -798,6 +688,37 @@ int32_t nfs_store::show_vpc(const ShowVpcMapReq& req, ShowVpcMapRsp* rsp, std::s
 namespace {
 // count 0 = everything: SQLite takes a negative LIMIT as none.
 int64_t limit_of(uint32_t count) { return count == 0 ? -1 : static_cast<int64_t>(count); }
+
+// A row of the export list's statement.
+void read_export(const sim_stmt& st, nfs_get_auths_rsp::nfs_share* e) {
+    e->set_shr_path(st.text(0));
+    e->set_shr_client(st.text(1));
+    e->set_shr_opts(st.text(2));
+    e->set_pathid(fmt::format("{}:{}", st.u64(3), st.u64(4)));
+    e->set_fsid(st.u64(3));
+    e->set_shareid(st.u64(4));
+    e->set_tenant_id(st.u32(5));
+    e->set_status(st.u32(6));
+    e->set_version(st.i32(7));
+    e->set_auth_id(st.u64(8));
+}
+
+void read_shareinfo(const mul_vstore_nfs_share& share, tvn_shareinfo* i) {
+    i->set_shareid(share.share_id());
+    i->set_fsid(share.fsid());
+    i->set_share_status(share.share_status());
+    i->set_charset_id(share.charset_id());
+    i->set_lock_enable(share.lock_strategy());
+    i->set_version(share.version());
+    i->set_path(share.path());
+    i->set_alias(share.alias());
+    i->set_audit_item(share.audit_item());
+    i->set_snapshot_switch(share.snapshot_switch());
+    i->set_dtreeid(share.dtreeid());
+    i->set_tenant_id(share.tenant_id());
+    i->set_fhbytealignmentsupport(share.fhbytealignmentsupport());
+    i->set_flags(share.flags());
+}
 }  // namespace
 
 int32_t nfs_store::list_fsids(uint32_t from_index, uint32_t count, nfs_get_fsids_rsp* rsp,
@@ -805,19 +726,9 @@ int32_t nfs_store::list_fsids(uint32_t from_index, uint32_t count, nfs_get_fsids
     sim_read r(db_);
     sim_stmt st =
         db_.prepare("SELECT DISTINCT fsid FROM nfs_share ORDER BY fsid LIMIT ? OFFSET ?");
-    if (!st) {
-        desc = db_error(db_, "listing file systems");
-        return SIM_ERR_IO;
-    }
-    st.bind(1, limit_of(count)).bind(2, from_index);
-    int rc;
-    while ((rc = st.step()) == SQLITE_ROW) rsp->add_fsid(st.u64(0));
-    if (rc != SQLITE_DONE) {
-        desc = db_error(db_, "listing file systems");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (!st) return io_failure(db_, "listing file systems", desc);
+    return list_rows(db_, st, sql_where(), limit_of(count), from_index, "listing file systems",
+                     desc, [&] { rsp->add_fsid(st.u64(0)); });
 }
 
 int32_t nfs_store::list_share_ids(const nfs_get_shareids_arg& req, nfs_get_shareids_rsp* rsp,
@@ -827,22 +738,9 @@ int32_t nfs_store::list_share_ids(const nfs_get_shareids_arg& req, nfs_get_share
     sim_read r(db_);
     sim_stmt st = db_.prepare("SELECT share_id FROM nfs_share" + w.sql() +
                               " ORDER BY share_id LIMIT ? OFFSET ?");
-    if (!st) {
-        desc = db_error(db_, "listing share ids");
-        return SIM_ERR_IO;
-    }
-    const auto& values = w.values();
-    st.bind_all(values);
-    st.bind(static_cast<int>(values.size() + 1), limit_of(req.count()));
-    st.bind(static_cast<int>(values.size() + 2), req.from_index());
-    int rc;
-    while ((rc = st.step()) == SQLITE_ROW) rsp->add_shareid(st.u64(0));
-    if (rc != SQLITE_DONE) {
-        desc = db_error(db_, "listing share ids");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (!st) return io_failure(db_, "listing share ids", desc);
+    return list_rows(db_, st, w, limit_of(req.count()), req.from_index(), "listing share ids", desc,
+                     [&] { rsp->add_shareid(st.u64(0)); });
 }
 
 int32_t nfs_store::list_exports(const nfs_get_auths_arg& req, nfs_get_auths_rsp* rsp,
@@ -855,35 +753,11 @@ int32_t nfs_store::list_exports(const nfs_get_auths_arg& req, nfs_get_auths_rsp*
         "SELECT s.path, a.hostname, a.options, s.fsid, s.share_id, a.tenant_id, s.share_status, "
         "a.version, a.auth_id" +
         std::string(kAuthFrom) + w.sql() + " ORDER BY a.auth_id LIMIT ? OFFSET ?");
-    if (!st) {
-        desc = db_error(db_, "listing exports");
-        return SIM_ERR_IO;
-    }
-    const auto& values = w.values();
-    st.bind_all(values);
-    st.bind(static_cast<int>(values.size() + 1), limit_of(req.count()));
-    st.bind(static_cast<int>(values.size() + 2), req.from_index());
-    int rc;
-    while ((rc = st.step()) == SQLITE_ROW) {
-        auto* e = rsp->add_shares();
-        e->set_shr_path(st.text(0));
-        e->set_shr_client(st.text(1));
-        e->set_shr_opts(st.text(2));
-        e->set_pathid(fmt::format("{}:{}", st.u64(3), st.u64(4)));
-        e->set_fsid(st.u64(3));
-        e->set_shareid(st.u64(4));
-        e->set_tenant_id(st.u32(5));
-        e->set_status(st.u32(6));
-        e->set_version(st.i32(7));
-        e->set_auth_id(st.u64(8));
-    }
-    if (rc != SQLITE_DONE) {
-        rsp->clear_shares();
-        desc = db_error(db_, "listing exports");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (!st) return io_failure(db_, "listing exports", desc);
+    int32_t rc = list_rows(db_, st, w, limit_of(req.count()), req.from_index(), "listing exports",
+                           desc, [&] { read_export(st, rsp->add_shares()); });
+    if (rc != SIM_OK) rsp->clear_shares();
+    return rc;
 }
 
 int32_t nfs_store::list_shareinfo(const nfs_get_shareinfo_arg& req, nfs_get_shareinfo_rsp* rsp,
@@ -894,64 +768,29 @@ int32_t nfs_store::list_shareinfo(const nfs_get_shareinfo_arg& req, nfs_get_shar
     sim_read r(db_);
     sim_stmt st = db_.prepare(fmt::format("SELECT {}{}{} ORDER BY s.share_id LIMIT ? OFFSET ?",
                                           kShareCols, kShareFrom, w.sql()));
-    if (!st) {
-        desc = db_error(db_, "listing shares");
-        return SIM_ERR_IO;
-    }
-    const auto& values = w.values();
-    st.bind_all(values);
-    st.bind(static_cast<int>(values.size() + 1), limit_of(req.count()));
-    st.bind(static_cast<int>(values.size() + 2), req.from_index());
-    int rc;
+    if (!st) return io_failure(db_, "listing shares", desc);
     mul_vstore_nfs_share share;
-    while ((rc = st.step()) == SQLITE_ROW) {
-        read_share(st, &share);
-        auto* i = rsp->add_shareinfo();
-        i->set_shareid(share.share_id());
-        i->set_fsid(share.fsid());
-        i->set_share_status(share.share_status());
-        i->set_charset_id(share.charset_id());
-        i->set_lock_enable(share.lock_strategy());
-        i->set_version(share.version());
-        i->set_path(share.path());
-        i->set_alias(share.alias());
-        i->set_audit_item(share.audit_item());
-        i->set_snapshot_switch(share.snapshot_switch());
-        i->set_dtreeid(share.dtreeid());
-        i->set_tenant_id(share.tenant_id());
-        i->set_fhbytealignmentsupport(share.fhbytealignmentsupport());
-        i->set_flags(share.flags());
-    }
-    if (rc != SQLITE_DONE) {
-        rsp->clear_shareinfo();
-        desc = db_error(db_, "listing shares");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    int32_t rc =
+        list_rows(db_, st, w, limit_of(req.count()), req.from_index(), "listing shares", desc, [&] {
+            read_share(st, &share);
+            read_shareinfo(share, rsp->add_shareinfo());
+        });
+    if (rc != SIM_OK) rsp->clear_shareinfo();
+    return rc;
 }
 
 int32_t nfs_store::delete_tenant(uint32_t tenant_id, std::string& desc) {
     sim_txn tx(db_);
-    if (!tx.ok()) {
-        desc = db_error(db_, "beginning");
-        return SIM_ERR_IO;
-    }
+    if (!tx.ok()) return io_failure(db_, "beginning", desc);
     for (const char* sql : {"DELETE FROM nfs_auth WHERE tenant_id = ?",
                             "DELETE FROM nfs_share WHERE tenant_id = ?",
                             "DELETE FROM nfs_vpc WHERE tenant_id = ?"}) {
         sim_stmt st = db_.prepare(sql);
-        if (!st || st.bind(1, tenant_id).run() != SQLITE_DONE) {
-            desc = db_error(db_, "deleting a tenant's NFS records");
-            return SIM_ERR_IO;
-        }
+        if (!st || st.bind(1, tenant_id).run() != SQLITE_DONE)
+            return io_failure(db_, "deleting a tenant's NFS records", desc);
     }
-    if (tx.commit() != SIM_OK) {
-        desc = db_error(db_, "deleting a tenant's NFS records");
-        return SIM_ERR_IO;
-    }
-    desc = "success";
-    return SIM_OK;
+    if (tx.commit() != SIM_OK) return io_failure(db_, "deleting a tenant's NFS records", desc);
+    return success(desc);
 }
 
 }  // namespace tvn::sim

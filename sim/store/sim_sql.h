@@ -1,11 +1,13 @@
 #pragma once
-// Small helpers for statements assembled at run time (lists with optional
-// filters): a WHERE clause with its bound values, kept in step.
+// Small helpers of the store's statements: a WHERE clause with its bound
+// values, kept in step (lists with optional filters), and the code and text
+// a store call ends with.
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "sim_db.h"
+#include "sim_result.h"
 
 namespace tvn::sim {
 
@@ -37,6 +39,36 @@ private:
     std::string sql_;
     std::vector<sql_value> values_;
 };
+
+// A call that failed in the database: SIM_ERR_IO with the database's
+// message in `desc`, after "database error while <what>: " when `what` is
+// given.
+inline int32_t io_failure(sim_db& db, std::string& desc) {
+    desc = db.errmsg();
+    return SIM_ERR_IO;
+}
+inline int32_t io_failure(sim_db& db, const char* what, std::string& desc) {
+    desc = std::string("database error while ") + what + ": " + db.errmsg();
+    return SIM_ERR_IO;
+}
+
+// A call that did what it was asked.
+inline int32_t success(std::string& desc) {
+    desc = "success";
+    return SIM_OK;
+}
+
+// Runs a prepared statement once per element of `items`, `bind` binding the
+// element's parameters (it returns the statement). False at the first run
+// that fails.
+template <class Items, class Bind>
+bool run_each(sim_stmt& st, const Items& items, Bind bind) {
+    for (const auto& item : items) {
+        st.reset();
+        if (bind(st, item).run() != SQLITE_DONE) return false;
+    }
+    return true;
+}
 
 // An identifier of all ones (and, for store-assigned identifiers, 0) is the
 // callers' way of saying "any".
