@@ -32,16 +32,12 @@ void sim_conf_service::get_family(const tvn_gettenant_cfg_req& req, const char* 
 
 void sim_conf_service::set_family(const tvn_settenant_cfg_req& req, const char* family,
                                   tvn_conf_common_rsp* rsp) {
-    std::string desc;
-    int32_t rc = store_.conf.set_tenant(req, family, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::set_tenant, req, family);
 }
 
 void sim_conf_service::del_family(const tvn_settenant_cfg_req& req, const char* family,
                                   tvn_conf_common_rsp* rsp) {
-    std::string desc;
-    int32_t rc = store_.conf.del_tenant_keys(tenant_of(req), req, family, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::del_tenant_keys, tenant_of(req), req, family);
 }
 
 void sim_conf_service::set_global_value(const char* key, const std::string& value,
@@ -50,9 +46,7 @@ void sim_conf_service::set_global_value(const char* key, const std::string& valu
     auto* p = g.add_config();
     p->set_key(key);
     p->set_value(value);
-    std::string desc;
-    int32_t rc = store_.conf.set_global(g, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::set_global, g);
 }
 
 SIM_RPC_IMPL(sim_conf_service, get_global_config, tvn_getglobal_cfg_req, tvn_getglobal_cfg_rsp) {
@@ -60,9 +54,7 @@ SIM_RPC_IMPL(sim_conf_service, get_global_config, tvn_getglobal_cfg_req, tvn_get
 }
 
 SIM_RPC_IMPL(sim_conf_service, set_global_config, tvn_setglobal_cfg_req, tvn_conf_common_rsp) {
-    std::string desc;
-    int32_t rc = store_.conf.set_global(*req, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::set_global, *req);
 }
 
 SIM_RPC_IMPL(sim_conf_service, get_tenant_config, tvn_gettenant_cfg_req, tvn_gettenant_cfg_rsp) {
@@ -73,12 +65,10 @@ SIM_RPC_IMPL(sim_conf_service, set_tenant_config, tvn_settenant_cfg_req, tvn_con
     set_family(*req, "", rsp);
 }
 
-SIM_RPC_IMPL(sim_conf_service, del_tenant_config_like, tvn_deltenant_cfg_req,
-             tvn_conf_common_rsp) {
-    std::string desc;
+SIM_RPC_IMPL(sim_conf_service, del_tenant_config_like, tvn_deltenant_cfg_req, tvn_conf_common_rsp) {
     int deleted = 0;
-    int32_t rc = store_.conf.del_tenant_like(req->tenant_id(), req->key(), deleted, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::del_tenant_like, req->tenant_id(), req->key(),
+               deleted);
 }
 
 SIM_RPC_IMPL(sim_conf_service, get_tenant_config_from_db, tvn_gettenant_cfg_req,
@@ -149,16 +139,12 @@ SIM_RPC_IMPL(sim_conf_service, get_mps_usermapping_config, tvn_gettenant_cfg_req
 
 SIM_RPC_IMPL(sim_conf_service, add_new_tenant_cfg_byid, tvn_tenant_cfg_mgr_req,
              tvn_conf_common_rsp) {
-    std::string desc;
-    int32_t rc = store_.conf.add_tenant(*req, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::add_tenant, *req);
 }
 
 SIM_RPC_IMPL(sim_conf_service, del_tenant_cfg_byid, tvn_tenant_cfg_mgr_req,
              tvn_conf_common_rsp) {
-    std::string desc;
-    int32_t rc = store_.conf.del_tenant(*req, desc);
-    set_rsp(rsp, rc, desc);
+    sim_answer(rsp, store_.conf, &conf_store::del_tenant, *req);
 }
 
 SIM_RPC_IMPL(sim_conf_service, set_autohome_dir, tvn_set_autohomedir_req, tvn_conf_common_rsp) {

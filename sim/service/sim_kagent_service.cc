@@ -21,6 +21,13 @@ bool parse_num(std::string_view text, T& out) {
 
 constexpr uint32_t kAnyPeer = 4294967295u;
 
+// A snapshot is named and belongs to a file system that exists; nothing
+// else about it is kept.
+int32_t snapshot_result(sim_store& store, const tvn_ka_fs_snapshot_req& req) {
+    if (req.snap_name().empty()) return SIM_ERR_INVALID;
+    return store.inv.fs_by_id(req.fs_id()) ? SIM_OK : SIM_ERR_NOT_FOUND;
+}
+
 }  // namespace
 
 uint32_t sim_kagent_service::local_node_id() {
@@ -162,18 +169,12 @@ SIM_RPC_IMPL(sim_kagent_service, kagent_nfs_update_fsids, tvn_ka_nfs_fsids_req,
 
 SIM_RPC_IMPL(sim_kagent_service, kagent_create_snap, tvn_ka_fs_snapshot_req,
              tvn_ka_fs_snapshot_rsp) {
-    if (req->snap_name().empty())
-        rsp->set_result(SIM_ERR_INVALID);
-    else
-        rsp->set_result(store_.inv.fs_by_id(req->fs_id()) ? SIM_OK : SIM_ERR_NOT_FOUND);
+    rsp->set_result(snapshot_result(store_, *req));
 }
 
 SIM_RPC_IMPL(sim_kagent_service, kagent_delete_snap, tvn_ka_fs_snapshot_req,
              tvn_ka_fs_snapshot_rsp) {
-    if (req->snap_name().empty())
-        rsp->set_result(SIM_ERR_INVALID);
-    else
-        rsp->set_result(store_.inv.fs_by_id(req->fs_id()) ? SIM_OK : SIM_ERR_NOT_FOUND);
+    rsp->set_result(snapshot_result(store_, *req));
 }
 
 SIM_RPC_IMPL(sim_kagent_service, kagent_set_log_level, tvn_ka_log_level_req,

@@ -13,6 +13,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #define SIM_RPC(name, Req, Rsp)                                                    \
     void name(google::protobuf::RpcController* controller, const Req* req, Rsp* rsp, \
@@ -32,6 +33,19 @@ void fill_refusal(google::protobuf::Message* rsp, int32_t code, const std::strin
 // Gives every required field that is not set its neutral value, in nested
 // records too, so that the reply serialises.
 void fill_required(google::protobuf::Message* msg);
+
+// Runs a store call that reports through a trailing `std::string& desc`
+// and writes its code and text into a status record (a message with
+// set_result and set_desc). Returns the call's code.
+template <class Status, class Store, class... Params, class... Args>
+int32_t sim_answer(Status* status, Store& store, int32_t (Store::*call)(Params...),
+                   Args&&... args) {
+    std::string desc;
+    const int32_t rc = (store.*call)(std::forward<Args>(args)..., desc);
+    status->set_result(rc);
+    status->set_desc(desc);
+    return rc;
+}
 
 // Calls per method since start (or the last clear), for the statistics call.
 class sim_call_stats {
