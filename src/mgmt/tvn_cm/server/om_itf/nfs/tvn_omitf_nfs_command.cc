@@ -41,6 +41,10 @@ int32_t resolve_share_ref(tvn_store_nfs_api& api, uint32_t tenant, share_ref& re
     return share_id_by_name(api, tenant, ref.name, ref.id);
 }
 
+std::string share_ref_oplog(const share_ref& ref) {
+    return ref.by_name ? oplog_cut(ref.name) : std::to_string(ref.id);
+}
+
 void command_timer::start(const char* name, unsigned long long opcode) {
     gettimeofday(&begin_, nullptr);
     TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "%s start, opcode: %llu.", name, opcode);

@@ -18,6 +18,7 @@
 
 #include "common/tvn_query_cond.h"
 #include "tvn_cm_ombase.h"
+#include "tvn_cm_util.h"
 #include "tvn_log.h"
 #include "tvn_msgobj.h"
 #include "tvn_omitf_nfs_items.h"
@@ -40,6 +41,8 @@ struct share_ref {
 int32_t read_share_ref(void* msg, share_ref& ref, int32_t empty_name_code);
 // Turns a share named by name into its identifier (-14020 on failure).
 int32_t resolve_share_ref(tvn_store_nfs_api& api, uint32_t tenant, share_ref& ref);
+// The share as the operator named it, for the operation log.
+std::string share_ref_oplog(const share_ref& ref);
 
 // The store's verdict in a reply: a status record, or the common reply's
 // own result.
@@ -181,7 +184,8 @@ protected:
         for (uint32_t i = 0; i < total; ++i) {
             size_t size = MSGOBJ_GetSize(ack);
             if (!tvn_nfs::ack_has_room(size)) {
-                TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, 0, "msg obj size may over, current: %llu, only get %u of %u %s",
+                TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, 0,
+                        "msg obj size may over, current: %llu, only get %u of %u %s",
                         static_cast<unsigned long long>(size), i, total, noun);
                 break;
             }
@@ -194,6 +198,14 @@ protected:
         }
         *rsp = ack;
         return 0;
+    }
+
+    // Writes the command's operation-log record: the success event, or the
+    // failure event with the code after the parameters.
+    static void send_oplog(unsigned int number, int result, uint64_t ok_event, uint64_t fail_event,
+                           uint32_t tenant, std::string params) {
+        if (result != 0) params = tvn_nfs::oplog_with_result(std::move(params), result);
+        tvn_send_operation(number, result == 0 ? ok_event : fail_event, tenant, params);
     }
 
     // A changing command makes its notification before it changes anything,

@@ -110,7 +110,6 @@ std::string tvn_omitf_nfs_create_auth::AuditGetPermissionType() const {
 }
 
 void tvn_omitf_nfs_create_auth::oplog_send(int result, unsigned int number) {
-    std::string params = oplog_cut(m_access_name) + "," + std::to_string(m_share_id) + "," + AuditGetPermissionType();
-    if (result != 0) params = oplog_with_result(std::move(params), result);
-    tvn_send_operation(number, result == 0 ? OPLOG_CREATE_AUTH_OK : OPLOG_CREATE_AUTH_FAIL, m_tenant, params);
+    send_oplog(number, result, OPLOG_CREATE_AUTH_OK, OPLOG_CREATE_AUTH_FAIL, m_tenant,
+               oplog_cut(m_access_name) + "," + std::to_string(m_share_id) + "," + AuditGetPermissionType());
 }

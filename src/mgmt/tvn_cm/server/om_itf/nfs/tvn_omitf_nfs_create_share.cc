@@ -160,9 +160,7 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
 
 void tvn_omitf_nfs_create_share::oplog_send(int result, unsigned int number) {
     bool alias = TvnCmFmIsSupport("alias");
-    unsigned long long id = alias ? (result == 0 ? OPLOG_CREATE_SHARE_ALIAS_OK : OPLOG_CREATE_SHARE_ALIAS_FAIL)
-                                  : (result == 0 ? OPLOG_CREATE_SHARE_OK : OPLOG_CREATE_SHARE_FAIL);
-    std::string params = create_share_oplog_params(m_log, alias);
-    if (result != 0) params = oplog_with_result(std::move(params), result);
-    tvn_send_operation(number, id, m_tenant, params);
+    send_oplog(number, result, alias ? OPLOG_CREATE_SHARE_ALIAS_OK : OPLOG_CREATE_SHARE_OK,
+               alias ? OPLOG_CREATE_SHARE_ALIAS_FAIL : OPLOG_CREATE_SHARE_FAIL, m_tenant,
+               create_share_oplog_params(m_log, alias));
 }

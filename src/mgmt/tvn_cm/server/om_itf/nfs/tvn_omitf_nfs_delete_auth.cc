@@ -54,9 +54,7 @@ int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
 }
 
 void tvn_omitf_nfs_delete_auth::oplog_send(int result, unsigned int number) {
-    std::string params = m_access_name.empty()
-                             ? std::to_string(m_auth_id)
-                             : oplog_cut(m_access_name) + "," + oplog_cut(m_share_name);
-    if (result != 0) params = oplog_with_result(std::move(params), result);
-    tvn_send_operation(number, result == 0 ? OPLOG_DELETE_AUTH_OK : OPLOG_DELETE_AUTH_FAIL, m_tenant, params);
+    send_oplog(number, result, OPLOG_DELETE_AUTH_OK, OPLOG_DELETE_AUTH_FAIL, m_tenant,
+               m_access_name.empty() ? std::to_string(m_auth_id)
+                                     : oplog_cut(m_access_name) + "," + oplog_cut(m_share_name));
 }

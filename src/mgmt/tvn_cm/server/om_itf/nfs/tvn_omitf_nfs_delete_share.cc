@@ -51,8 +51,5 @@ int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
 }
 
 void tvn_omitf_nfs_delete_share::oplog_send(int result, unsigned int number) {
-    // The share as the operator named it.
-    std::string params = m_share.by_name ? oplog_cut(m_share.name) : std::to_string(m_share.id);
-    if (result != 0) params = oplog_with_result(std::move(params), result);
-    tvn_send_operation(number, result == 0 ? OPLOG_DELETE_SHARE_OK : OPLOG_DELETE_SHARE_FAIL, m_tenant, params);
+    send_oplog(number, result, OPLOG_DELETE_SHARE_OK, OPLOG_DELETE_SHARE_FAIL, m_tenant, share_ref_oplog(m_share));
 }

@@ -55,7 +55,6 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
 }
 
 void tvn_omitf_nfs_modify_auth::oplog_send(int result, unsigned int number) {
-    std::string params = std::to_string(m_auth_id) + "," + oplog_cut(m_options);
-    if (result != 0) params = oplog_with_result(std::move(params), result);
-    tvn_send_operation(number, result == 0 ? OPLOG_MODIFY_AUTH_OK : OPLOG_MODIFY_AUTH_FAIL, m_tenant, params);
+    send_oplog(number, result, OPLOG_MODIFY_AUTH_OK, OPLOG_MODIFY_AUTH_FAIL, m_tenant,
+               std::to_string(m_auth_id) + "," + oplog_cut(m_options));
 }

@@ -99,7 +99,5 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
 }
 
 void tvn_omitf_nfs_modify_share::oplog_send(int result, unsigned int number) {
-    std::string params = m_share.by_name ? oplog_cut(m_share.name) : std::to_string(m_share.id);
-    if (result != 0) params = oplog_with_result(std::move(params), result);
-    tvn_send_operation(number, result == 0 ? OPLOG_MODIFY_SHARE_OK : OPLOG_MODIFY_SHARE_FAIL, m_tenant, params);
+    send_oplog(number, result, OPLOG_MODIFY_SHARE_OK, OPLOG_MODIFY_SHARE_FAIL, m_tenant, share_ref_oplog(m_share));
 }
