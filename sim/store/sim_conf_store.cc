@@ -36,6 +36,13 @@ std::string in_list(size_t n) {
     return s;
 }
 
+// Writes a call's code and text into its reply's status record.
+int32_t report(tvn_conf_common_rsp* status, int32_t rc, const std::string& desc) {
+    status->set_result(rc);
+    status->set_desc(desc);
+    return rc;
+}
+
 // Writes every pair of a request with `sql` in one transaction, `bind`
 // binding one pair; a pair without a key refuses the whole request.
 template <class Pairs, class Bind>
@@ -63,20 +70,14 @@ int32_t conf_store::get_global(const std::vector<std::string>& keys, tvn_getglob
     sim_read r(db_);
     sim_stmt st = db_.prepare("SELECT key, value FROM global_config" + w.sql() + " ORDER BY key");
     auto* status = rsp->mutable_status();
-    if (!st) {
-        status->set_result(SIM_ERR_IO);
-        status->set_desc(db_.errmsg());
-        return SIM_ERR_IO;
-    }
+    if (!st) return report(status, SIM_ERR_IO, db_.errmsg());
     st.bind_all(w.values());
     while (st.step() == SQLITE_ROW) {
         auto* p = rsp->add_config();
         p->set_key(st.text(0));
         p->set_value(st.text(1));
     }
-    status->set_result(SIM_OK);
-    status->set_desc("success");
-    return SIM_OK;
+    return report(status, SIM_OK, "success");
 }
 
 int32_t conf_store::set_global(const tvn_setglobal_cfg_req& req, std::string& desc) {
@@ -102,11 +103,7 @@ int32_t conf_store::get_tenant(uint32_t tenant_id, const std::vector<std::string
     sim_stmt st =
         db_.prepare("SELECT tenant_id, key, value FROM tenant_config" + w.sql() + " ORDER BY key");
     auto* status = rsp->mutable_status();
-    if (!st) {
-        status->set_result(SIM_ERR_IO);
-        status->set_desc(db_.errmsg());
-        return SIM_ERR_IO;
-    }
+    if (!st) return report(status, SIM_ERR_IO, db_.errmsg());
     st.bind_all(w.values());
     // Pairs come back in the order the keys were asked for.
     std::vector<vstore_config_pair> found;
@@ -127,9 +124,7 @@ int32_t conf_store::get_tenant(uint32_t tenant_id, const std::vector<std::string
                     break;
                 }
     }
-    status->set_result(SIM_OK);
-    status->set_desc("success");
-    return SIM_OK;
+    return report(status, SIM_OK, "success");
 }
 
 int32_t conf_store::set_tenant(const tvn_settenant_cfg_req& req, const std::string& family,
