@@ -80,6 +80,7 @@ public:
         if (m_notify != nullptr) MSGOBJ_Destroy(m_notify);
     }
 
+    // Every command logs its start, and its end with the time it took.
     int ommsg_deal(void* req, void** rsp) override {
         m_timer.start(Derived::kName, this->get_opcode());
         int rc = req == nullptr || rsp == nullptr ? tvn_nfs::NFS_ERR_ITEM : deal(req, rsp);
