@@ -5,7 +5,11 @@
 //   (b) a raw load-balancing broker of the server's shape (ROUTER front,
 //       inproc ROUTER back, 2 REQ workers), no protobuf;
 //   (c) the RPC layer with 2 server workers, single and multi channel,
-//       1 and 8 client threads.
+//       1 and 8 client threads;
+//   (d) the multi channel's in-process hop alone: tvn_msg_zmq_server on
+//       inproc with 8 workers that answer at once, reached by one REQ kept
+//       for every call, and by a fresh REQ per call as the multi channel
+//       makes them (1 client).
 // Prints median and p99 latency and calls per second of each, and the
 // ratios (c)/(a) and (c)/(b).
 #include <fmt/core.h>
@@ -29,6 +33,8 @@
 #include "tvn_msg_rpc_client.h"
 #include "tvn_msg_rpc_controller.h"
 #include "tvn_msg_rpc_server.h"
+#include "tvn_msg_util.h"
+#include "tvn_msg_zmq_server.h"
 
 namespace {
 
@@ -260,6 +266,46 @@ struct rpc_bench_server {
     }
 };
 
+// (d) the proxy server the multi channel runs inside the process, its
+// workers answering each request with its own bytes.
+struct inproc_proxy {
+    tvn_msg_zmq_server server;
+    std::thread thread;
+    static int echo(void*, const TVN_MSG& req, TVN_MSG& rsp) {
+        rsp.len = req.len;
+        rsp.data = new char[req.len];
+        std::memcpy(rsp.data, req.data, req.len);
+        return 0;
+    }
+    inproc_proxy() {
+        server.set_worker_num(8);
+        server.set_inproc_addr("inproc://bench_backend");
+        server.set_msg_deal_fun(&echo, nullptr);
+        server.bind(tvn_msg_addr(TVN_MSG_ADDR_INPROC, "bench_front"));
+        thread = std::thread([this] { server.start(); });
+    }
+    ~inproc_proxy() {
+        server.stop();
+        thread.join();
+    }
+    void* req_socket() {
+        void* s = server.create_socket(ZMQ_REQ);
+        tvn_msg_util::set_close_noblock(s);
+        tvn_msg_util::set_send_hwm(s, 1);
+        zmq_connect(s, "inproc://bench_front");
+        return s;
+    }
+};
+
+bool inproc_call(void* s) {
+    TVN_MSG req, rsp;
+    req.data = const_cast<char*>(kPayload.data());
+    req.len = static_cast<uint32_t>(kPayload.size());
+    const bool ok = tvn_msg_util::poll_request(s, req, rsp, 5000) == 0;
+    tvn_msg_free(rsp);
+    return ok;
+}
+
 std::function<bool()> rpc_caller(tvn_msg_rpc_client& client) {
     auto stub = std::make_shared<tvn_failover_service_Stub>(&client);
     auto req = std::make_shared<tvn_get_node_info_req>();
@@ -279,7 +325,7 @@ int main(int argc, char** argv) {
     // Calls per client thread; keeps the whole run to a few seconds.
     const int single = argc > 1 ? std::atoi(argv[1]) : 4000;
     const int multi = argc > 2 ? std::atoi(argv[2]) : 1500;
-    // Optional: run one scenario only (a, b1, b8, cs1, cs8, cm1, cm8), for profiling.
+    // Optional: run one scenario only (a, b1, b8, cs1, cs8, cm1, cm8, d), for profiling.
     const std::string only = argc > 3 ? argv[3] : "";
     auto want = [&](const char* name) { return only.empty() || only == name; };
     tvn_get_node_info_req sample;
@@ -293,7 +339,7 @@ int main(int argc, char** argv) {
     // disturbed round (highest rate): on a shared 2-core machine a single
     // pass mostly measures the neighbours.
     const int rounds = argc > 4 ? std::atoi(argv[4]) : 3;
-    result a, b1, b8, cs1, cm1, cs8, cm8;
+    result a, b1, b8, cs1, cm1, cs8, cm8, d_kept, d_fresh;
     auto keep = [](result& best, const result& r) {
         if (r.calls_per_s > best.calls_per_s) best = r;
     };
@@ -332,14 +378,31 @@ int main(int argc, char** argv) {
                 if (want("cm8")) keep(cm8, measure(8, multi, [&] { return rpc_caller(client); }));
             }
         }
+        if (want("d")) {
+            inproc_proxy proxy;
+            keep(d_kept, measure(1, single, [&]() -> std::function<bool()> {
+                     auto s = std::shared_ptr<void>(proxy.req_socket(), [](void* p) { zmq_close(p); });
+                     return [s] { return inproc_call(s.get()); };
+                 }));
+            keep(d_fresh, measure(1, single, [&]() -> std::function<bool()> {
+                     return [&proxy] {
+                         void* s = proxy.req_socket();
+                         const bool ok = inproc_call(s);
+                         zmq_close(s);
+                         return ok;
+                     };
+                 }));
+        }
     }
     print("(a) raw REQ/REP, 1 client", a);
     print("(b) raw LRU broker, 2 workers, 1 client", b1);
     print("(b) raw LRU broker, 2 workers, 8 clients", b8);
     print("(c) RPC single channel, 1 client", cs1);
     print("(c) RPC single channel, 8 clients", cs8);
-    print("(c) RPC multi channel (8 slots), 1 client", cm1);
-    print("(c) RPC multi channel (8 slots), 8 clients", cm8);
+    print("(c) RPC multi channel (8 workers), 1 client", cm1);
+    print("(c) RPC multi channel (8 workers), 8 clients", cm8);
+    print("(d) in-process hop, one REQ kept", d_kept);
+    print("(d) in-process hop, a fresh REQ per call", d_fresh);
 
     fmt::print("\nratios (median latency, 1 client):\n");
     fmt::print("  single channel  (c)/(a) {:.2f}   (c)/(b) {:.2f}   [target (c)/(b) <= 1.15]\n",
