@@ -1,5 +1,6 @@
 #include "tvn_omitf_nfs_command.h"
 
+#include "platform_init.h"
 #include "tvn_omitf_nfs_lookup.h"
 
 namespace tvn_nfs {
@@ -43,6 +44,11 @@ int32_t resolve_share_ref(tvn_store_nfs_api& api, uint32_t tenant, share_ref& re
 
 std::string share_ref_oplog(const share_ref& ref) {
     return ref.by_name ? oplog_cut(ref.name) : std::to_string(ref.id);
+}
+
+int32_t audit_log_fs_check() {
+    if (!TvnCmFmIsSupport("audit_log")) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
+    return 0;
 }
 
 void command_timer::start(const char* name, unsigned long long opcode) {

@@ -44,6 +44,12 @@ int32_t resolve_share_ref(tvn_store_nfs_api& api, uint32_t tenant, share_ref& re
 // The share as the operator named it, for the operation log.
 std::string share_ref_oplog(const share_ref& ref);
 
+// The audit-log file-system check a share delete and modify run before the
+// store call. Audit logs of a file system live in shares, and removing or
+// changing a share never needs their consent: the check only records that
+// the feature is off, and returns 0.
+int32_t audit_log_fs_check();
+
 // The store's verdict in a reply: a status record, or the common reply's
 // own result.
 template <class Rsp>

@@ -1,4 +1,3 @@
-#include "platform_init.h"
 #include "talvane_store_nfs.pb.h"
 #include "tvn_cm_util.h"
 #include "tvn_msgobj.h"
@@ -7,15 +6,6 @@
 #include "tvn_store_nfs_api.h"
 
 using namespace tvn_nfs;
-
-namespace {
-// Audit logs of a file system live in shares; removing a share never needs
-// their consent, the check only records that the feature is off.
-int32_t audit_log_fs_check_for_delete() {
-    if (!TvnCmFmIsSupport("audit_log")) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
-    return 0;
-}
-}  // namespace
 
 int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
     int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
@@ -30,7 +20,7 @@ int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
     if (!api) return NFS_ERR_NOMEM;
     rc = resolve_share_ref(*api, m_tenant, m_share);
     if (rc != 0) return rc;
-    rc = audit_log_fs_check_for_delete();
+    rc = audit_log_fs_check();
     if (rc != 0) return rc;
 
     tvn_nfs_del_share_req del;

@@ -1,4 +1,3 @@
-#include "platform_init.h"
 #include "talvane_store_nfs.pb.h"
 #include "tvn_cm_util.h"
 #include "tvn_msgobj.h"
@@ -9,13 +8,6 @@
 using namespace tvn_nfs;
 
 namespace {
-// Whether the share may change its audit settings: always, the check only
-// records that the feature is off.
-int32_t audit_log_fs_check_for_modify() {
-    if (!TvnCmFmIsSupport("audit_log")) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Don't support audit log.");
-    return 0;
-}
-
 int32_t item_failed(uint32_t item) {
     TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get param(%u) of modify share failed.", item);
     return NFS_ERR_ITEM;
@@ -81,7 +73,7 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
     if (rc != 0) return rc;
     mod.set_share_id(m_share.id);
 
-    rc = audit_log_fs_check_for_modify();
+    rc = audit_log_fs_check();
     if (rc != 0) return rc;
 
     tvn_nfs_common_rsp reply;
