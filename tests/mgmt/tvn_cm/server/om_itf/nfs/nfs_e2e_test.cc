@@ -614,7 +614,9 @@ TEST_F(NfsE2E, LongPathIsCutInTheOperationLog) {
     std::string path = "/fs1/" + std::string(96, 'l');
     ASSERT_EQ(path.size(), 101u);
     ASSERT_TRUE(node().call(request(kShareCreate).s(64, path).s(65, "1")).ok());
-    auto log = node().oplogs().back();
+    auto logs = node().oplogs();
+    ASSERT_FALSE(logs.empty()) << "no operation-log record";
+    auto log = logs.back();
     EXPECT_EQ(log["text"], "0," + path.substr(0, 97) + "...,0,0,0" + std::string(12, ',') + "1");
 }
 
