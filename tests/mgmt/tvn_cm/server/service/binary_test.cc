@@ -16,9 +16,8 @@
 #include "cm_test_client.h"
 #include "service_test_util.h"
 
-#ifndef TVN_TEST_REGISTER_FAIL_POINT
-#define TVN_TEST_REGISTER_FAIL_POINT "tvn_cm_omagent"
-#endif
+// The OM framework's own registration step is what fails at start-up step 6.
+#define TVN_TEST_REGISTER_FAIL_POINT "rpcInitWork"
 
 namespace {
 
