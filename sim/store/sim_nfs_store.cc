@@ -727,8 +727,10 @@ int32_t nfs_store::list_fsids(uint32_t from_index, uint32_t count, nfs_get_fsids
     sim_stmt st =
         db_.prepare("SELECT DISTINCT fsid FROM nfs_share ORDER BY fsid LIMIT ? OFFSET ?");
     if (!st) return io_failure(db_, "listing file systems", desc);
-    return list_rows(db_, st, sql_where(), limit_of(count), from_index, "listing file systems",
-                     desc, [&] { rsp->add_fsid(st.u64(0)); });
+    int32_t rc = list_rows(db_, st, sql_where(), limit_of(count), from_index,
+                           "listing file systems", desc, [&] { rsp->add_fsid(st.u64(0)); });
+    if (rc != SIM_OK) rsp->clear_fsid();
+    return rc;
 }
 
 int32_t nfs_store::list_share_ids(const nfs_get_shareids_arg& req, nfs_get_shareids_rsp* rsp,
@@ -739,8 +741,10 @@ int32_t nfs_store::list_share_ids(const nfs_get_shareids_arg& req, nfs_get_share
     sim_stmt st = db_.prepare("SELECT share_id FROM nfs_share" + w.sql() +
                               " ORDER BY share_id LIMIT ? OFFSET ?");
     if (!st) return io_failure(db_, "listing share ids", desc);
-    return list_rows(db_, st, w, limit_of(req.count()), req.from_index(), "listing share ids", desc,
-                     [&] { rsp->add_shareid(st.u64(0)); });
+    int32_t rc = list_rows(db_, st, w, limit_of(req.count()), req.from_index(),
+                           "listing share ids", desc, [&] { rsp->add_shareid(st.u64(0)); });
+    if (rc != SIM_OK) rsp->clear_shareid();
+    return rc;
 }
 
 int32_t nfs_store::list_exports(const nfs_get_auths_arg& req, nfs_get_auths_rsp* rsp,
