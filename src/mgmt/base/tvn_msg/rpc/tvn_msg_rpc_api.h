@@ -99,6 +99,13 @@ protected:
         if (rc != 0) return rc;
         return invoke(std::get<std::unique_ptr<Stub>>(stubs_).get(), rpc, req, rsp, timeout_ms);
     }
+    // Daemons whose methods take an unsigned time-out.
+    template <class Stub, class Req, class Rsp>
+    int32_t call(void (Stub::*rpc)(google::protobuf::RpcController*, const Req*, Rsp*,
+                                   google::protobuf::Closure*),
+                 const Req& req, Rsp& rsp, uint32_t timeout_ms) {
+        return call(rpc, req, rsp, clamp_timeout(timeout_ms));
+    }
 
     bool create_stubs(google::protobuf::RpcChannel* channel) override {
         bool ok = true;
