@@ -663,7 +663,6 @@ void read_vpc(const sim_stmt& st, mul_vstore_nfs_vpc* out) {
     out->set_vpc_id(st.text(1));
     out->set_project_id(st.text(2));
     out->set_tenant_id(st.u32(3));
-    out->set_row_key(std::to_string(st.u32(0)));
 }
 }  // namespace
 
