@@ -16,7 +16,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
-#include <zmq.h>
+#include <zmq.hpp>
 
 #include <algorithm>
 #include <atomic>
@@ -112,12 +112,18 @@ void print(const char* name, const result& r) {
 
 const std::string kPayload(64, 'x');
 
+// A socket the bench owns; the calls measured are libzmq's own on its handle.
+std::shared_ptr<zmq::socket_t> owned_socket(zmq::context_t& ctx, int type) {
+    auto s = std::make_shared<zmq::socket_t>(ctx, type);
+    set_linger0(s->handle());
+    return s;
+}
+
 // A raw REQ caller on its own context-shared socket.
-std::function<bool()> raw_req_caller(void* ctx, const std::string& ep) {
-    void* s = zmq_socket(ctx, ZMQ_REQ);
-    set_linger0(s);
+std::function<bool()> raw_req_caller(zmq::context_t& ctx, const std::string& ep) {
+    auto holder = owned_socket(ctx, ZMQ_REQ);
+    void* s = holder->handle();
     zmq_connect(s, ep.c_str());
-    auto holder = std::shared_ptr<void>(s, [](void* p) { zmq_close(p); });
     return [holder, s]() {
         char buf[256];
         if (zmq_send(s, kPayload.data(), kPayload.size(), 0) < 0) return false;
@@ -127,27 +133,26 @@ std::function<bool()> raw_req_caller(void* ctx, const std::string& ep) {
 
 // (a) REP echo server.
 struct raw_rep_server {
-    void* ctx = zmq_ctx_new();
+    zmq::context_t ctx;
     int port = free_port();
     std::thread thread;
     raw_rep_server() {
-        void* rep = zmq_socket(ctx, ZMQ_REP);
-        set_linger0(rep);
-        zmq_bind(rep, endpoint(port).c_str());
-        thread = std::thread([rep] {
+        auto owned = owned_socket(ctx, ZMQ_REP);
+        zmq_bind(owned->handle(), endpoint(port).c_str());
+        thread = std::thread([owned] {
+            void* rep = owned->handle();
             char buf[256];
             for (;;) {
                 int n = zmq_recv(rep, buf, sizeof(buf), 0);
                 if (n < 0) break;
                 zmq_send(rep, buf, std::min(n, 256), 0);
             }
-            zmq_close(rep);
+            owned->close();
         });
     }
     ~raw_rep_server() {
-        zmq_ctx_shutdown(ctx);
+        ctx.shutdown();
         thread.join();
-        zmq_ctx_term(ctx);
     }
 };
 
@@ -155,20 +160,15 @@ struct raw_rep_server {
 // REQ workers announcing themselves, idle workers kept least recently used
 // first, the front read only while a worker is idle.
 struct raw_broker {
-    void* ctx = zmq_ctx_new();
+    zmq::context_t ctx;
     int port = free_port();
     std::thread loop;
     std::vector<std::thread> workers;
 
     static bool recv_str(void* s, std::string& out) {
-        zmq_msg_t m;
-        zmq_msg_init(&m);
-        if (zmq_msg_recv(&m, s, 0) < 0) {
-            zmq_msg_close(&m);
-            return false;
-        }
-        out.assign(static_cast<char*>(zmq_msg_data(&m)), zmq_msg_size(&m));
-        zmq_msg_close(&m);
+        zmq::message_t m;
+        if (zmq_msg_recv(m.handle(), s, 0) < 0) return false;
+        out = m.to_string();
         return true;
     }
     static void send_str(void* s, const std::string& v, bool more) {
@@ -176,16 +176,16 @@ struct raw_broker {
     }
 
     explicit raw_broker(int nworkers) {
-        void* front = zmq_socket(ctx, ZMQ_ROUTER);
-        void* back = zmq_socket(ctx, ZMQ_ROUTER);
-        set_linger0(front);
-        set_linger0(back);
+        auto front_socket = owned_socket(ctx, ZMQ_ROUTER);
+        auto back_socket = owned_socket(ctx, ZMQ_ROUTER);
+        void* front = front_socket->handle();
+        void* back = back_socket->handle();
         zmq_bind(front, endpoint(port).c_str());
         zmq_bind(back, "inproc://bench_workers");
         for (int i = 0; i < nworkers; ++i)
             workers.emplace_back([this] {
-                void* w = zmq_socket(ctx, ZMQ_REQ);
-                set_linger0(w);
+                auto owned = owned_socket(ctx, ZMQ_REQ);
+                void* w = owned->handle();
                 zmq_connect(w, "inproc://bench_workers");
                 send_str(w, "READY", false);
                 std::string client, empty, body;
@@ -194,9 +194,9 @@ struct raw_broker {
                     send_str(w, "", true);
                     send_str(w, body, false);
                 }
-                zmq_close(w);
+                owned->close();
             });
-        loop = std::thread([front, back] {
+        loop = std::thread([front_socket, back_socket, front, back] {
             std::deque<std::string> idle;
             std::string id, empty, client, body;
             for (;;) {
@@ -223,15 +223,14 @@ struct raw_broker {
                     send_str(back, body, false);
                 }
             }
-            zmq_close(front);
-            zmq_close(back);
+            front_socket->close();
+            back_socket->close();
         });
     }
     ~raw_broker() {
-        zmq_ctx_shutdown(ctx);
+        ctx.shutdown();
         loop.join();
         for (auto& w : workers) w.join();
-        zmq_ctx_term(ctx);
     }
 };
 
@@ -288,11 +287,11 @@ struct inproc_proxy {
         server.stop();
         thread.join();
     }
-    void* req_socket() {
-        void* s = server.create_socket(ZMQ_REQ);
-        tvn_msg_util::set_close_noblock(s);
-        tvn_msg_util::set_send_hwm(s, 1);
-        zmq_connect(s, "inproc://bench_front");
+    zmq::socket_t req_socket() {
+        zmq::socket_t s;
+        server.create_socket(ZMQ_REQ, s);
+        tvn_msg_util::set_send_hwm(s.handle(), 1);
+        tvn_msg_util::connect(s, "inproc://bench_front");
         return s;
     }
 };
@@ -346,21 +345,17 @@ int main(int argc, char** argv) {
     for (int round = 0; round < rounds; ++round) {
         {
             raw_rep_server server;
-            void* ctx = zmq_ctx_new();
+            zmq::context_t ctx;
             if (want("a"))
                 keep(a, measure(1, single, [&] { return raw_req_caller(ctx, endpoint(server.port)); }));
-            zmq_ctx_shutdown(ctx);
-            zmq_ctx_term(ctx);
         }
         {
             raw_broker broker(2);
-            void* ctx = zmq_ctx_new();
+            zmq::context_t ctx;
             if (want("b1"))
                 keep(b1, measure(1, single, [&] { return raw_req_caller(ctx, endpoint(broker.port)); }));
             if (want("b8"))
                 keep(b8, measure(8, multi, [&] { return raw_req_caller(ctx, endpoint(broker.port)); }));
-            zmq_ctx_shutdown(ctx);
-            zmq_ctx_term(ctx);
         }
         {
             rpc_bench_server server;
@@ -381,15 +376,13 @@ int main(int argc, char** argv) {
         if (want("d")) {
             inproc_proxy proxy;
             keep(d_kept, measure(1, single, [&]() -> std::function<bool()> {
-                     auto s = std::shared_ptr<void>(proxy.req_socket(), [](void* p) { zmq_close(p); });
-                     return [s] { return inproc_call(s.get()); };
+                     auto s = std::make_shared<zmq::socket_t>(proxy.req_socket());
+                     return [s] { return inproc_call(s->handle()); };
                  }));
             keep(d_fresh, measure(1, single, [&]() -> std::function<bool()> {
                      return [&proxy] {
-                         void* s = proxy.req_socket();
-                         const bool ok = inproc_call(s);
-                         zmq_close(s);
-                         return ok;
+                         zmq::socket_t s = proxy.req_socket();
+                         return inproc_call(s.handle());
                      };
                  }));
         }

@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "msg_test_support.h"
 #include "tvn_msg_zmq_channel.h"
 #include "tvn_msg_zmq_mchannel.h"
 #include "tvn_msg_zmq_server.h"
+#include "msg_test_support.h"
 
 using namespace tvn_test;
 
@@ -390,20 +390,17 @@ TEST(MsgZmqServer, ServesRebuildsAfterAFailedDealAndRestarts) {
         EXPECT_EQ(server.bind(tvn_msg_addr(TVN_MSG_ADDR_INPROC, "test_front")), TVN_MSG_ERR_BOUND);
         std::atomic<int> start_rc{-1};
         std::thread serving([&] { start_rc = server.start(); });
-        void* ctx = server.get_zmq_context();
-        ASSERT_NE(ctx, nullptr);
+        ASSERT_NE(server.get_zmq_context(), nullptr);
         auto exchange = [&](const std::string& text, int timeout, std::string* out) {
-            void* req = zmq_socket(ctx, ZMQ_REQ);
-            int linger = 0;
-            zmq_setsockopt(req, ZMQ_LINGER, &linger, sizeof(linger));
-            zmq_connect(req, "inproc://test_front");
+            zmq::socket_t req;
+            EXPECT_EQ(server.create_socket(ZMQ_REQ, req), 0);
+            EXPECT_EQ(tvn_msg_util::connect(req, "inproc://test_front"), 0);
             TVN_MSG msg = make_msg(4, text);
             TVN_MSG rsp;
-            int rc = tvn_msg_util::poll_request(req, msg, rsp, timeout);
+            int rc = tvn_msg_util::poll_request(req.handle(), msg, rsp, timeout);
             if (rc == 0 && out != nullptr) *out = payload_of(rsp);
             tvn_msg_free(rsp);
             tvn_msg_free(msg);
-            zmq_close(req);
             return rc;
         };
         std::string out;

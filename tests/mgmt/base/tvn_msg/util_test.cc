@@ -4,8 +4,8 @@
 #include <cstring>
 #include <thread>
 
-#include "msg_test_support.h"
 #include "tvn_msg_util.h"
+#include "msg_test_support.h"
 
 using namespace tvn_test;
 
@@ -14,10 +14,10 @@ namespace {
 TEST(MsgFrame, LayoutIsIdExtThenPayload) {
     TVN_MSG msg = make_msg(0x11223344u, "payload!");
     msg.ext = 0xA0B0C0D0u;
-    zmq_msg_t frame;
-    ASSERT_EQ(tvn_msg_util::cmsg_to_zmsg(msg, &frame), 0);
-    ASSERT_EQ(zmq_msg_size(&frame), 8u + 8u);
-    const auto* bytes = static_cast<const unsigned char*>(zmq_msg_data(&frame));
+    zmq::message_t frame;
+    ASSERT_EQ(tvn_msg_util::cmsg_to_zmsg(msg, frame), 0);
+    ASSERT_EQ(frame.size(), 8u + 8u);
+    const auto* bytes = frame.data<unsigned char>();
     uint32_t id = 0, ext = 0;
     std::memcpy(&id, bytes, 4);
     std::memcpy(&ext, bytes + 4, 4);
@@ -25,13 +25,12 @@ TEST(MsgFrame, LayoutIsIdExtThenPayload) {
     EXPECT_EQ(ext, 0xA0B0C0D0u);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes + 8), 8), "payload!");
 
-    tvn_msg_util::set_zmsg_ext(&frame, 42);
+    tvn_msg_util::set_zmsg_ext(frame, 42);
     TVN_MSG back;
-    ASSERT_EQ(tvn_msg_util::zmsg_to_cmsg(&frame, back), 0);
+    ASSERT_EQ(tvn_msg_util::zmsg_to_cmsg(frame, back), 0);
     EXPECT_EQ(back.id, 0x11223344u);
     EXPECT_EQ(back.ext, 42u);
     EXPECT_EQ(payload_of(back), "payload!");
-    zmq_msg_close(&frame);
     tvn_msg_free(msg);
     tvn_msg_free(back);
 }
@@ -39,29 +38,26 @@ TEST(MsgFrame, LayoutIsIdExtThenPayload) {
 TEST(MsgFrame, EmptyPayloadIsAnEightByteFrame) {
     TVN_MSG msg;
     msg.id = 7;
-    zmq_msg_t frame;
-    ASSERT_EQ(tvn_msg_util::cmsg_to_zmsg(msg, &frame), 0);
-    EXPECT_EQ(zmq_msg_size(&frame), 8u);
+    zmq::message_t frame;
+    ASSERT_EQ(tvn_msg_util::cmsg_to_zmsg(msg, frame), 0);
+    EXPECT_EQ(frame.size(), 8u);
     TVN_MSG back;
-    EXPECT_EQ(tvn_msg_util::zmsg_to_cmsg(&frame, back), 0);
+    EXPECT_EQ(tvn_msg_util::zmsg_to_cmsg(frame, back), 0);
     EXPECT_EQ(back.id, 7u);
     EXPECT_EQ(back.len, 0u);
     EXPECT_EQ(back.data, nullptr);
-    zmq_msg_close(&frame);
 }
 
 TEST(MsgFrame, FramesShorterThanTheHeaderAreRefused) {
     for (std::size_t size : {0u, 1u, 3u, 7u}) {
-        zmq_msg_t frame;
-        zmq_msg_init_size(&frame, size);
-        std::memset(zmq_msg_data(&frame), 0xAB, size);
+        zmq::message_t frame(size);
+        std::memset(frame.data(), 0xAB, size);
         TVN_MSG back;
         back.id = 99;
-        EXPECT_EQ(tvn_msg_util::zmsg_to_cmsg(&frame, back), TVN_MSG_ERR_EMPTY_REPLY) << size;
+        EXPECT_EQ(tvn_msg_util::zmsg_to_cmsg(frame, back), TVN_MSG_ERR_EMPTY_REPLY) << size;
         EXPECT_EQ(back.data, nullptr);
         EXPECT_EQ(back.len, 0u);
-        tvn_msg_util::set_zmsg_ext(&frame, 1);  // must not write past the end
-        zmq_msg_close(&frame);
+        tvn_msg_util::set_zmsg_ext(frame, 1);  // must not write past the end
     }
 }
 
@@ -173,23 +169,21 @@ TEST_F(PollRequestTest, ExtIsAlwaysTheCallersTimeOut) {
 }
 
 TEST(MsgReceive, ATerminatedContextIsMinus23AndClosesTheSocket) {
-    void* ctx = zmq_ctx_new();
-    void* rep = zmq_socket(ctx, ZMQ_REP);
-    int linger = 0;
-    zmq_setsockopt(rep, ZMQ_LINGER, &linger, sizeof(linger));
-    zmq_bind(rep, "inproc://terminated");
+    zmq::context_t ctx;
+    zmq::socket_t rep;
+    ASSERT_EQ(tvn_msg_util::new_socket(ctx, ZMQ_REP, rep), 0);
+    ASSERT_EQ(tvn_msg_util::bind(rep, "inproc://terminated"), 0);
     int32_t rc = 0;
     std::thread receiver([&] {
         std::string text;
         rc = tvn_msg_util::receive_str(rep, text);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    zmq_ctx_shutdown(ctx);
+    ctx.shutdown();
     receiver.join();
     EXPECT_EQ(rc, TVN_MSG_ERR_TERMINATED);
-    EXPECT_EQ(rep, nullptr);
-    zmq_ctx_term(ctx);
-    void* none = nullptr;
+    EXPECT_FALSE(rep);
+    zmq::socket_t none;
     std::string text;
     EXPECT_EQ(tvn_msg_util::receive_str(none, text), TVN_MSG_ERR_NULL_SOCKET);
 }

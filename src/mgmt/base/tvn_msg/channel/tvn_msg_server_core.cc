@@ -1,7 +1,5 @@
 #include "tvn_msg_server_core.h"
 
-#include <zmq.h>
-
 #include <algorithm>
 #include <chrono>
 #include <new>
@@ -14,8 +12,13 @@ int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int
                                          const worker_fn& worker) {
     // A previous run may still be joining its workers.
     cv_.wait(lock, [this] { return !running_ && workers_.empty() && context_ == nullptr; });
-    void* ctx = zmq_ctx_new();
-    if (ctx == nullptr) return TVN_MSG_ERR_CONTEXT;
+    std::unique_ptr<zmq::context_t> owned;
+    try {
+        owned = std::make_unique<zmq::context_t>();
+    } catch (const std::exception&) {
+        return TVN_MSG_ERR_CONTEXT;
+    }
+    zmq::context_t* ctx = owned.get();
     ready_workers_ = 0;
     auto ready = [this] {
         {
@@ -33,18 +36,17 @@ int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int
                     if (!told) ready();
                     told = true;
                 };
-                worker(ctx, once);
+                worker(*ctx, once);
                 once();
             });
     } catch (...) {
-        zmq_ctx_shutdown(ctx);
+        ctx->shutdown();
         for (auto& t : workers_) t.join();
         workers_.clear();
-        zmq_ctx_term(ctx);
-        return TVN_MSG_ERR_NOMEM;
+        return TVN_MSG_ERR_NOMEM;  // the context goes with `owned`
     }
     // Visible to stop() while the workers come up.
-    context_ = ctx;
+    context_ = std::move(owned);
     const uint64_t generation = teardowns_;
     // Bounded: a worker that cannot start only costs the wait.
     cv_.wait_for(lock, std::chrono::seconds(5), [&] {
@@ -55,13 +57,13 @@ int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int
     return 0;
 }
 
-int32_t tvn_msg_server_core::begin_start(void*& ctx) {
+int32_t tvn_msg_server_core::begin_start(zmq::context_t*& ctx) {
     std::lock_guard<std::mutex> guard(mutex_);
     if (!bound_) return TVN_MSG_ERR_NOT_BOUND;
     if (running_) return 1;
     running_ = true;
     loop_thread_ = std::this_thread::get_id();
-    ctx = context_;
+    ctx = context_.get();
     return 0;
 }
 
@@ -75,8 +77,8 @@ void tvn_msg_server_core::end_start() {
 
 int32_t tvn_msg_server_core::stop() {
     std::unique_lock<std::mutex> lock(mutex_);
-    if (context_ == nullptr) return 0;
-    zmq_ctx_shutdown(context_);
+    if (!context_) return 0;
+    context_->shutdown();
     bound_ = false;
     if (running_) {
         // The loop tears down itself; a worker (or the loop) stopping its own
@@ -91,18 +93,20 @@ int32_t tvn_msg_server_core::stop() {
 
 void tvn_msg_server_core::teardown(std::unique_lock<std::mutex>& lock) {
     ++teardowns_;
-    void* ctx = context_;
+    zmq::context_t* ctx = context_.get();
     std::vector<std::thread> workers;
     workers.swap(workers_);
     bound_ = false;
-    if (ctx != nullptr) zmq_ctx_shutdown(ctx);
+    if (ctx != nullptr) ctx->shutdown();
     lock.unlock();
     for (auto& t : workers)
         if (t.joinable() && t.get_id() != std::this_thread::get_id()) t.join();
         else if (t.joinable()) t.detach();
-    if (ctx != nullptr) zmq_ctx_term(ctx);
+    // Waits until every socket of the context is closed (in-process clients
+    // see ETERM and let go), then frees it.
+    if (ctx != nullptr) ctx->close();
     lock.lock();
-    if (context_ == ctx) context_ = nullptr;
+    if (context_.get() == ctx) context_.reset();
 }
 
 bool tvn_msg_server_core::on_own_thread_locked() const {

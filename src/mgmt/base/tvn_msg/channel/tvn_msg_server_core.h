@@ -10,9 +10,12 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
+
+#include <zmq.hpp>
 
 class tvn_msg_server_core {
 public:
@@ -27,7 +30,8 @@ public:
     // first socket is connected (or could not be), so that bind returns
     // with every worker attached: a proxy's round-robin only spreads work
     // over the workers attached when requests arrive.
-    using worker_fn = std::function<void(void* context, const std::function<void()>& ready)>;
+    using worker_fn =
+        std::function<void(zmq::context_t& context, const std::function<void()>& ready)>;
 
     // With the lock held. Waits for a previous run's teardown, creates the
     // context and worker_num threads, and waits (bounded) for them to be
@@ -36,11 +40,11 @@ public:
                         const worker_fn& worker);
     bool bound_locked() const { return bound_; }
     bool running_locked() const { return running_; }
-    void* context_locked() const { return context_; }
+    zmq::context_t* context_locked() const { return context_.get(); }
 
     // 0: the caller is now the loop, with the context in ctx;
     // 1: already running; -2024: not bound.
-    int32_t begin_start(void*& ctx);
+    int32_t begin_start(zmq::context_t*& ctx);
     // The loop has ended and closed its sockets.
     void end_start();
     // 0. Waits for the loop to let go unless called on one of the server's
@@ -53,7 +57,7 @@ private:
 
     std::mutex mutex_;
     std::condition_variable cv_;
-    void* context_ = nullptr;
+    std::unique_ptr<zmq::context_t> context_;
     bool bound_ = false;
     bool running_ = false;
     std::vector<std::thread> workers_;

@@ -1,7 +1,10 @@
 #pragma once
 // Single REQ socket shared by all caller threads, one exchange at a time.
+#include <memory>
 #include <mutex>
 #include <string>
+
+#include <zmq.hpp>
 
 #include "itf_tvn_msg_channel.h"
 
@@ -24,8 +27,9 @@ private:
     void close_locked();
 
     mutable std::mutex mutex_;
-    void* context_ = nullptr;
-    void* socket_ = nullptr;
+    // Declared before the socket: the socket must close before its context.
+    std::unique_ptr<zmq::context_t> context_;
+    zmq::socket_t socket_;
     bool opened_ = false;
     tvn_msg_addr addr_;
     std::string endpoint_;

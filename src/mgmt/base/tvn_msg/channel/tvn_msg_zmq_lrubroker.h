@@ -7,12 +7,13 @@
 #include <string>
 
 #include "itf_tvn_msg_server.h"
+#include "tvn_msg_lru_queue.h"
 #include "tvn_msg_server_core.h"
 
 class tvn_msg_zmq_lrubroker : public itf_tvn_msg_server {
 public:
     // Requests queued beyond this many are dropped.
-    static constexpr std::size_t MAX_QUEUED_REQUESTS = 1000;
+    static constexpr std::size_t MAX_QUEUED_REQUESTS = tvn_msg_lru_queue::MAX_QUEUED_REQUESTS;
 
     tvn_msg_zmq_lrubroker() = default;
     ~tvn_msg_zmq_lrubroker() override;
@@ -35,9 +36,9 @@ public:
     std::size_t queued_requests() const { return queued_.load(std::memory_order_relaxed); }
 
 private:
-    static void worker_loop(void* context, const std::string& backend, tvn_msg_deal_fun deal,
-                            void* deal_context, const std::function<void()>& ready);
-    void run_loop(void* front, void* back);
+    // Sockets, then the loop; the code start() returns.
+    int32_t serve(zmq::context_t& ctx, const std::string& endpoint);
+    void run_loop(zmq::socket_t& front, zmq::socket_t& back);
 
     tvn_msg_server_core core_;
     tvn_msg_addr addr_;

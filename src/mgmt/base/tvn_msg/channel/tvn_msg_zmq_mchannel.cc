@@ -1,39 +1,36 @@
 #include "tvn_msg_zmq_mchannel.h"
 
-#include <zmq.h>
-
 #include <new>
 
-#include "tvn_log.h"
+#include "tvn_msg_log.h"
 #include "tvn_msg_util.h"
 
-#define MSG_LOG_ERR(err, ...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_ERROR, err, __VA_ARGS__)
-#define MSG_LOG_INF(...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_INFO, 0, __VA_ARGS__)
 
 namespace {
 constexpr char kFrontName[] = "frontrouter";
 constexpr char kFrontEndpoint[] = "inproc://frontrouter";
 constexpr char kBackendEndpoint[] = "inproc://backendworker";
 
-// Gives a REQ socket made in the proxy's context the options every channel
-// socket carries and connects it; null (logged, the socket closed) when it
-// could not be made or connected.
-void* connect_req_socket(void* socket, const char* endpoint) {
-    if (socket == nullptr) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_CONNECTION,
-                    "the msg channel create client conn failed,create the client socket "
-                    "failed(%d).",
-                    zmq_errno());
-        return nullptr;
+// A REQ socket towards endpoint in the proxy server's context, with the
+// options every channel socket carries; empty (logged) when it could not be
+// made or connected.
+zmq::socket_t connect_req_socket(tvn_msg_zmq_server& server, const std::string& endpoint) {
+    zmq::socket_t socket;
+    int err = server.create_socket(ZMQ_REQ, socket);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONNECTION,
+                        "the msg channel create client conn failed,create the client socket "
+                        "failed(%d).",
+                        err);
+        return socket;
     }
-    tvn_msg_util::set_close_noblock(socket);
-    tvn_msg_util::set_send_hwm(socket, 1);
-    if (zmq_connect(socket, endpoint) != 0) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_CONNECTION,
-                    "the msg channel create client conn failed,connect the addr failed(%d).",
-                    zmq_errno());
-        zmq_close(socket);
-        return nullptr;
+    tvn_msg_util::set_send_hwm(socket.handle(), 1);
+    err = tvn_msg_util::connect(socket, endpoint);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONNECTION,
+                        "the msg channel create client conn failed,connect the addr failed(%d).",
+                        err);
+        socket.close();
     }
     return socket;
 }
@@ -56,17 +53,17 @@ int32_t tvn_msg_zmq_mchannel::connect(const tvn_msg_addr& addr) {
 int32_t tvn_msg_zmq_mchannel::open() {
     std::lock_guard<std::mutex> lock(open_mutex_);
     if (is_server_start()) {
-        MSG_LOG_INF("the msg channel has opened.");
+        TVN_MSG_LOG_INF("the msg channel has opened.");
         return 0;
     }
     if (endpoint_.empty()) {
-        MSG_LOG_ERR(TVN_MSG_ERR_ADDR, "the msg channel open failed,the connect addr not set.");
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_ADDR, "the msg channel open failed,the connect addr not set.");
         return TVN_MSG_ERR_ADDR;
     }
     if (!server_) {
         server_.reset(new (std::nothrow) tvn_msg_zmq_server());
         if (!server_) {
-            MSG_LOG_ERR(TVN_MSG_ERR_NOMEM,
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM,
                         "the msg channel open failed,malloc the worker server failed.");
             return TVN_MSG_ERR_NOMEM;
         }
@@ -80,11 +77,11 @@ int32_t tvn_msg_zmq_mchannel::open() {
     }
     int32_t rc = server_->bind(tvn_msg_addr(TVN_MSG_ADDR_INPROC, kFrontName));
     if (rc != 0) {
-        MSG_LOG_ERR(rc, "the msg channel open failed,bind worker server failed.");
+        TVN_MSG_LOG_ERR(rc, "the msg channel open failed,bind worker server failed.");
         return rc;
     }
     if (start_thread_server() <= 0) {
-        MSG_LOG_ERR(TVN_MSG_ERR_THREAD_START,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_THREAD_START,
                     "the msg channel open failed,start worker thread server failed.");
         server_->stop();
         return TVN_MSG_ERR_THREAD_START;
@@ -105,7 +102,6 @@ int32_t tvn_msg_zmq_mchannel::close() {
                 ++it;
                 continue;
             }
-            zmq_close(it->second.socket);
             it = worker_sockets_.erase(it);
         }
     }
@@ -118,11 +114,10 @@ int32_t tvn_msg_zmq_mchannel::close() {
 int32_t tvn_msg_zmq_mchannel::request(const TVN_MSG& req, TVN_MSG& rsp, int timeout_ms) {
     // The thread server's flag is set only after server_ exists.
     if (!is_server_start()) return TVN_MSG_ERR_NO_CONNECTION;
-    void* socket = connect_req_socket(server_->create_socket(ZMQ_REQ), kFrontEndpoint);
-    if (socket == nullptr) return TVN_MSG_ERR_NO_CONNECTION;
-    const int32_t rc = tvn_msg_util::poll_request(socket, req, rsp, timeout_ms);
-    if (rc != 0) MSG_LOG_ERR(rc, "the msg client mchannel requet failed(%d).", rc);
-    zmq_close(socket);
+    zmq::socket_t socket = connect_req_socket(*server_, kFrontEndpoint);
+    if (!socket) return TVN_MSG_ERR_NO_CONNECTION;
+    const int32_t rc = tvn_msg_util::poll_request(socket.handle(), req, rsp, timeout_ms);
+    if (rc != 0) TVN_MSG_LOG_ERR(rc, "the msg client mchannel requet failed(%d).", rc);
     return rc;
 }
 
@@ -133,12 +128,12 @@ void* tvn_msg_zmq_mchannel::take_worker_socket() {
     auto it = worker_sockets_.find(self);
     if (it == worker_sockets_.end()) {
         if (!server_) return nullptr;
-        void* socket = connect_req_socket(server_->create_socket(ZMQ_REQ), endpoint_.c_str());
-        if (socket == nullptr) return nullptr;
-        it = worker_sockets_.emplace(self, worker_conn{socket, false}).first;
+        zmq::socket_t socket = connect_req_socket(*server_, endpoint_);
+        if (!socket) return nullptr;
+        it = worker_sockets_.emplace(self, worker_conn{std::move(socket), false}).first;
     }
     it->second.busy = true;
-    return it->second.socket;
+    return it->second.socket.handle();
 }
 
 void tvn_msg_zmq_mchannel::give_back_worker_socket(bool failed) {
@@ -149,7 +144,6 @@ void tvn_msg_zmq_mchannel::give_back_worker_socket(bool failed) {
     // A REQ socket whose exchange failed is stuck waiting for its reply; the
     // next request on this thread gets a fresh one.
     if (!failed && !closing_) return;
-    zmq_close(it->second.socket);
     worker_sockets_.erase(it);
 }
 
@@ -166,7 +160,7 @@ int tvn_msg_zmq_mchannel::msg_worker(void* context, const TVN_MSG& req, TVN_MSG&
     // The caller's own time-out travels in ext.
     const int32_t rc = tvn_msg_util::poll_request(socket, req, rsp, static_cast<int>(req.ext));
     self->give_back_worker_socket(rc != 0);
-    if (rc != 0) MSG_LOG_ERR(rc, "the msg client mchannel worker requet failed(%d).", rc);
+    if (rc != 0) TVN_MSG_LOG_ERR(rc, "the msg client mchannel worker requet failed(%d).", rc);
     return rc;
 }
 
@@ -176,6 +170,6 @@ void tvn_msg_zmq_mchannel::run_thread_job() {
 
 bool tvn_msg_zmq_mchannel::interupt_thread_work() {
     if (server_) server_->stop();
-    MSG_LOG_INF("the msg client mchannel interupt success.");
+    TVN_MSG_LOG_INF("the msg client mchannel interupt success.");
     return true;
 }

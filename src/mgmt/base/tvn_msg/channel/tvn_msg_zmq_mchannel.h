@@ -46,9 +46,10 @@ private:
     // A worker thread's connection to the remote daemon. `busy` while its
     // thread runs an exchange on it: only that thread may then touch it.
     struct worker_conn {
-        void* socket = nullptr;
+        zmq::socket_t socket;
         bool busy = false;
     };
+    // Null when no connection can be had.
     void* take_worker_socket();
     void give_back_worker_socket(bool failed);
 

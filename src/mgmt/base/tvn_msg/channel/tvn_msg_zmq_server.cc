@@ -1,21 +1,48 @@
 #include "tvn_msg_zmq_server.h"
 
-#include <zmq.h>
-
 #include <cerrno>
-#include <chrono>
-#include <thread>
 
-#include "tvn_log.h"
+#include "tvn_msg_log.h"
 #include "tvn_msg_util.h"
-
-#define MSG_LOG_ERR(err, ...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_ERROR, err, __VA_ARGS__)
-#define MSG_LOG_INF(...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_INFO, 0, __VA_ARGS__)
+#include "tvn_msg_worker_loop.h"
 
 namespace {
-// Pause before a worker retries a socket it could not build, so that a
-// persistent failure does not spin a core.
-constexpr auto kRetryPause = std::chrono::milliseconds(10);
+
+// REP workers behind ZeroMQ's own proxy: one frame in, one frame out.
+struct rep_worker {
+    static constexpr int socket_type = ZMQ_REP;
+    static constexpr const char* create_failed =
+        "The msg server create response conn failed,create the response socket failed(%d).";
+    static constexpr const char* connect_failed =
+        "The msg server create response conn failed,connect the addr failed(%d).";
+    static constexpr const char* deal_null =
+        "the msg server worker deal the msg error. the msg_deal is null.";
+    static constexpr const char* deal_failed = "msg server worker deal the msg error(%d).";
+
+    struct envelope {};
+
+    static void announce(zmq::socket_t&) {}
+
+    static int32_t receive(zmq::socket_t& socket, envelope&, zmq::message_t& frame) {
+        int32_t rc = tvn_msg_util::receive_zmsg(socket, frame);
+        if (rc == TVN_MSG_ERR_TERMINATED) return rc;
+        if (rc == 0 && frame.size() < TVN_MSG_HEADER_LEN) {
+            rc = TVN_MSG_ERR_EMPTY_REPLY;
+            socket.close();
+        }
+        if (rc != 0) TVN_MSG_LOG_ERR(rc, "the msg server worker receive error.(%d).", rc);
+        return rc;
+    }
+
+    static bool answer(zmq::socket_t& socket, const envelope&, const TVN_MSG& reply) {
+        zmq::message_t out;
+        if (tvn_msg_util::cmsg_to_zmsg(reply, out) != 0) return false;
+        const int err = tvn_msg_util::send_frame(socket.handle(), out, false);
+        if (err != 0) TVN_MSG_LOG_ERR(TVN_MSG_ERR_SEND, "Zmq send response msg failed %d.", err);
+        return true;
+    }
+};
+
 }  // namespace
 
 tvn_msg_zmq_server::~tvn_msg_zmq_server() { stop(); }
@@ -38,12 +65,16 @@ void tvn_msg_zmq_server::set_inproc_addr(const std::string& endpoint) {
 
 void* tvn_msg_zmq_server::get_zmq_context() {
     auto lock = core_.lock();
-    return core_.bound_locked() ? core_.context_locked() : nullptr;
+    return core_.bound_locked() ? core_.context_locked()->handle() : nullptr;
 }
 
-void* tvn_msg_zmq_server::create_socket(int type) {
+int tvn_msg_zmq_server::create_socket(int type, zmq::socket_t& socket) {
     auto lock = core_.lock();
-    return core_.bound_locked() ? zmq_socket(core_.context_locked(), type) : nullptr;
+    if (!core_.bound_locked()) {
+        socket.close();
+        return ENOTSUP;
+    }
+    return tvn_msg_util::new_socket(*core_.context_locked(), type, socket);
 }
 
 bool tvn_msg_zmq_server::is_bound() {
@@ -54,26 +85,26 @@ bool tvn_msg_zmq_server::is_bound() {
 int32_t tvn_msg_zmq_server::bind(const tvn_msg_addr& addr) {
     auto lock = core_.lock();
     if (core_.bound_locked()) {
-        MSG_LOG_ERR(TVN_MSG_ERR_BOUND, "the msg server has binding early.");
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_BOUND, "the msg server has binding early.");
         return TVN_MSG_ERR_BOUND;
     }
     addr_ = addr;
     if (worker_num_ < 1) {
-        MSG_LOG_ERR(TVN_MSG_ERR_WORKER_NUM,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_WORKER_NUM,
                     "The msg server start failed, the worker num (%d) is invalid.", worker_num_);
         return TVN_MSG_ERR_WORKER_NUM;
     }
     if (deal_ == nullptr) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN,
                     "The msg server start failed,the messge deal function not set.");
         return TVN_MSG_ERR_NO_DEAL_FUN;
     }
     if (addr_.get_type() == TVN_MSG_ADDR_NOT_SET) {
-        MSG_LOG_ERR(TVN_MSG_ERR_ADDR, "The msg server start failed, the server addr not set.");
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_ADDR, "The msg server start failed, the server addr not set.");
         return TVN_MSG_ERR_ADDR;
     }
     if (tvn_msg_util::addr_to_string(addr_, endpoint_) < 1) {
-        MSG_LOG_ERR(TVN_MSG_ERR_ADDR, "The msg server start failed, the addr is invalid.");
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_ADDR, "The msg server start failed, the addr is invalid.");
         return TVN_MSG_ERR_ADDR;
     }
     const std::string backend = backend_endpoint_;
@@ -81,19 +112,19 @@ int32_t tvn_msg_zmq_server::bind(const tvn_msg_addr& addr) {
     void* const deal_context = deal_context_;
     int32_t rc = core_.bind_locked(
         lock, worker_num_,
-        [backend, deal, deal_context](void* ctx, const std::function<void()>& ready) {
-            worker_loop(ctx, backend, deal, deal_context, ready);
+        [backend, deal, deal_context](zmq::context_t& ctx, const std::function<void()>& ready) {
+            tvn_msg_run_worker<rep_worker>(ctx, backend, deal, deal_context, ready);
         });
     if (rc == TVN_MSG_ERR_CONTEXT)
-        MSG_LOG_ERR(rc, "The msg server bind failed, malloc the zmq context failed.");
+        TVN_MSG_LOG_ERR(rc, "The msg server bind failed, malloc the zmq context failed.");
     return rc;
 }
 
 int32_t tvn_msg_zmq_server::start() {
-    void* ctx = nullptr;
+    zmq::context_t* ctx = nullptr;
     int32_t rc = core_.begin_start(ctx);
     if (rc == TVN_MSG_ERR_NOT_BOUND) {
-        MSG_LOG_ERR(rc, "the msg server start failed, it is not binding.");
+        TVN_MSG_LOG_ERR(rc, "the msg server start failed, it is not binding.");
         return rc;
     }
     if (rc == 1) return 0;
@@ -104,131 +135,45 @@ int32_t tvn_msg_zmq_server::start() {
         endpoint = endpoint_;
         backend = backend_endpoint_;
     }
-    void* front = zmq_socket(ctx, ZMQ_ROUTER);
-    void* back = nullptr;
-    if (front == nullptr) {
-        rc = TVN_MSG_ERR_SOCKET;
-        MSG_LOG_ERR(rc, "The msg server start failed, create the zmq socket failed(%d).",
-                    zmq_errno());
-        goto STARTEND;
-    }
-    tvn_msg_util::set_close_noblock(front);
-    tvn_msg_util::set_receive_hwm(front, 50);
-    if (zmq_bind(front, endpoint.c_str()) != 0) {
-        int err = zmq_errno();
-        rc = err == EADDRINUSE ? TVN_MSG_ERR_BIND : TVN_MSG_ERR_SOCKET;
-        MSG_LOG_ERR(rc, "The msg server start failed, bind the frontend socket failed(%d).", err);
-        goto STARTEND;
-    }
-    back = zmq_socket(ctx, ZMQ_DEALER);
-    if (back == nullptr) {
-        rc = TVN_MSG_ERR_SOCKET;
-        MSG_LOG_ERR(rc, "The msg server start failed, create the backend socket failed(%d).",
-                    zmq_errno());
-        goto STARTEND;
-    }
-    tvn_msg_util::set_close_noblock(back);
-    tvn_msg_util::set_receive_hwm(back, 50);
-    if (zmq_bind(back, backend.c_str()) != 0) {
-        rc = TVN_MSG_ERR_SOCKET;
-        MSG_LOG_ERR(rc, "The msg server start failed, bind the backend socket failed(%d).",
-                    zmq_errno());
-        goto STARTEND;
-    }
-    // Runs until the context is shut down by stop().
-    zmq_proxy(front, back, nullptr);
-    rc = 0;
-
-STARTEND:
-    if (front != nullptr) zmq_close(front);
-    if (back != nullptr) zmq_close(back);
-    MSG_LOG_INF("goto STARTEND, rc: %d", rc);
+    rc = serve(*ctx, endpoint, backend);
+    TVN_MSG_LOG_INF("goto STARTEND, rc: %d", rc);
     core_.end_start();
     return rc;
 }
 
-int32_t tvn_msg_zmq_server::stop() { return core_.stop(); }
-
-void tvn_msg_zmq_server::worker_loop(void* ctx, const std::string& backend, tvn_msg_deal_fun deal,
-                                     void* deal_context, const std::function<void()>& ready) {
-    void* socket = nullptr;
-    for (;;) {
-        if (socket == nullptr) {
-            socket = zmq_socket(ctx, ZMQ_REP);
-            if (socket == nullptr) {
-                if (zmq_errno() == ETERM) break;
-                MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                            "The msg server create response conn failed,create the response "
-                            "socket failed(%d).",
-                            zmq_errno());
-                ready();
-                std::this_thread::sleep_for(kRetryPause);
-                continue;
-            }
-            tvn_msg_util::set_close_noblock(socket);
-            tvn_msg_util::set_receive_hwm(socket, 10);
-            if (zmq_connect(socket, backend.c_str()) != 0) {
-                int err = zmq_errno();
-                zmq_close(socket);
-                socket = nullptr;
-                if (err == ETERM) break;
-                MSG_LOG_ERR(TVN_MSG_ERR_CONNECT,
-                            "The msg server create response conn failed,connect the addr "
-                            "failed(%d).",
-                            err);
-                ready();
-                std::this_thread::sleep_for(kRetryPause);
-                continue;
-            }
-            ready();
-        }
-
-        zmq_msg_t frame;
-        zmq_msg_init(&frame);
-        int32_t rc = tvn_msg_util::receive_zmsg(socket, &frame);
-        if (rc == TVN_MSG_ERR_TERMINATED) {
-            zmq_msg_close(&frame);
-            MSG_LOG_INF("the msg server worker is terminal.");
-            break;
-        }
-        if (rc != 0) {
-            zmq_msg_close(&frame);
-            MSG_LOG_ERR(rc, "the msg server worker receive error.(%d).", rc);
-            continue;  // receive_zmsg closed the socket; rebuild it
-        }
-        TVN_MSG request, reply;
-        rc = tvn_msg_util::zmsg_to_cmsg(&frame, request);
-        zmq_msg_close(&frame);
-        reply.id = request.id;
-        if (rc == 0) {
-            if (deal == nullptr) {
-                MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN,
-                            "the msg server worker deal the msg error. the msg_deal is null.");
-                rc = TVN_MSG_ERR_NO_DEAL_FUN;
-            } else {
-                rc = deal(deal_context, request, reply);
-            }
-        }
-        if (rc != 0) {
-            MSG_LOG_ERR(rc, "msg server worker deal the msg error(%d).", rc);
-            tvn_msg_free(request);
-            tvn_msg_free(reply);
-            // A REP socket that cannot answer must be rebuilt.
-            zmq_close(socket);
-            socket = nullptr;
-            continue;
-        }
-        zmq_msg_t out;
-        if (tvn_msg_util::cmsg_to_zmsg(reply, &out) != 0) {
-            zmq_msg_close(&out);
-            zmq_close(socket);
-            socket = nullptr;
-        } else if (zmq_msg_send(&out, socket, 0) < 0) {
-            MSG_LOG_ERR(TVN_MSG_ERR_SEND, "Zmq send response msg failed %d.", zmq_errno());
-            zmq_msg_close(&out);
-        }
-        tvn_msg_free(request);
-        tvn_msg_free(reply);
+int32_t tvn_msg_zmq_server::serve(zmq::context_t& ctx, const std::string& endpoint,
+                                  const std::string& backend) {
+    zmq::socket_t front, back;
+    int err = tvn_msg_util::new_socket(ctx, ZMQ_ROUTER, front);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
+                        "The msg server start failed, create the zmq socket failed(%d).", err);
+        return TVN_MSG_ERR_SOCKET;
     }
-    if (socket != nullptr) zmq_close(socket);
+    tvn_msg_util::set_receive_hwm(front.handle(), 50);
+    err = tvn_msg_util::bind(front, endpoint);
+    if (err != 0) {
+        const int32_t rc = err == EADDRINUSE ? TVN_MSG_ERR_BIND : TVN_MSG_ERR_SOCKET;
+        TVN_MSG_LOG_ERR(rc, "The msg server start failed, bind the frontend socket failed(%d).",
+                        err);
+        return rc;
+    }
+    err = tvn_msg_util::new_socket(ctx, ZMQ_DEALER, back);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
+                        "The msg server start failed, create the backend socket failed(%d).", err);
+        return TVN_MSG_ERR_SOCKET;
+    }
+    tvn_msg_util::set_receive_hwm(back.handle(), 50);
+    err = tvn_msg_util::bind(back, backend);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
+                        "The msg server start failed, bind the backend socket failed(%d).", err);
+        return TVN_MSG_ERR_SOCKET;
+    }
+    // Runs until the context is shut down by stop().
+    zmq_proxy(front.handle(), back.handle(), nullptr);
+    return 0;
 }
+
+int32_t tvn_msg_zmq_server::stop() { return core_.stop(); }

@@ -25,18 +25,20 @@ public:
     void set_msg_deal_fun(tvn_msg_deal_fun deal, void* context) override;
 
     void set_inproc_addr(const std::string& endpoint);
-    // The context, for in-process clients; null when not bound.
+    // The context's handle, for in-process clients; null when not bound.
     void* get_zmq_context();
-    // A socket of `type` in that context, made under the server's lock so
-    // that a stop cannot let go of the context meanwhile (a socket made
-    // before the stop only sees its calls fail with ETERM, and the stop
-    // waits until it is closed). Null when not bound.
-    void* create_socket(int type);
+    // A socket of `type` (LINGER 0) in that context, made under the server's
+    // lock so that a stop cannot let go of the context meanwhile (a socket
+    // made before the stop only sees its calls fail with ETERM, and the stop
+    // waits until it is closed). 0, or the errno with socket left empty
+    // (ENOTSUP when not bound).
+    int create_socket(int type, zmq::socket_t& socket);
     bool is_bound();
 
 private:
-    static void worker_loop(void* context, const std::string& backend, tvn_msg_deal_fun deal,
-                            void* deal_context, const std::function<void()>& ready);
+    // The proxy between the front and back sockets, until the context ends.
+    static int32_t serve(zmq::context_t& ctx, const std::string& endpoint,
+                         const std::string& backend);
 
     tvn_msg_server_core core_;
     tvn_msg_addr addr_;

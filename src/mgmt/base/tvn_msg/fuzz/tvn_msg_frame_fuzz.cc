@@ -4,7 +4,7 @@
 // its generated default implementation (which refuses the call), so every
 // request record's parser is reached; the first byte also picks a method
 // outright, since guessing 32-bit ids is hopeless.
-#include <zmq.h>
+#include <zmq.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -87,12 +87,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return new road();
     }();
 
-    zmq_msg_t frame;
-    if (zmq_msg_init_size(&frame, size) != 0) return 0;
-    if (size != 0) std::memcpy(zmq_msg_data(&frame), data, size);
+    const zmq::message_t frame(data, size);
     TVN_MSG request;
-    const int32_t rc = tvn_msg_util::zmsg_to_cmsg(&frame, request);
-    zmq_msg_close(&frame);
+    const int32_t rc = tvn_msg_util::zmsg_to_cmsg(frame, request);
     if (rc != 0) {
         // Anything shorter than the header is refused and holds nothing.
         if (size >= TVN_MSG_HEADER_LEN || request.data != nullptr) __builtin_trap();
@@ -105,13 +102,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     serve(*r, request);
 
     // And back into a frame: the round trip keeps every byte.
-    zmq_msg_t again;
-    if (tvn_msg_util::cmsg_to_zmsg(request, &again) == 0) {
-        if (zmq_msg_size(&again) != size ||
-            std::memcmp(static_cast<const char*>(zmq_msg_data(&again)) + 4, data + 4, size - 4) != 0)
+    zmq::message_t again;
+    if (tvn_msg_util::cmsg_to_zmsg(request, again) == 0) {
+        if (again.size() != size || std::memcmp(again.data<char>() + 4, data + 4, size - 4) != 0)
             __builtin_trap();
     }
-    zmq_msg_close(&again);
     tvn_msg_free(request);
     return 0;
 }

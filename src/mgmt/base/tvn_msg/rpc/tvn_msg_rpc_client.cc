@@ -6,12 +6,11 @@
 #include <new>
 
 #include "talvane_util.h"
-#include "tvn_log.h"
+#include "tvn_msg_log.h"
 #include "tvn_msg_rpc_controller.h"
 #include "tvn_msg_zmq_channel.h"
 #include "tvn_msg_zmq_mchannel.h"
 
-#define MSG_LOG_ERR(err, ...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_ERROR, err, __VA_ARGS__)
 
 namespace {
 void fail(tvn_msg_rpc_controller* controller, const char* text, int32_t code) {
@@ -34,18 +33,18 @@ int32_t tvn_msg_rpc_client::open(const tvn_msg_addr& addr, unsigned worker_num) 
         else
             channel_.reset(new (std::nothrow) tvn_msg_zmq_channel());
         if (!channel_) {
-            MSG_LOG_ERR(TVN_MSG_ERR_NOMEM, "the rpc client open failed,malloc the channel failed.");
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM, "the rpc client open failed,malloc the channel failed.");
             return TVN_MSG_ERR_NOMEM;
         }
     }
     int32_t rc = channel_->connect(addr);
     if (rc != 0) {
-        MSG_LOG_ERR(rc, "the rpc client open failed,channel connect the addr failed.");
+        TVN_MSG_LOG_ERR(rc, "the rpc client open failed,channel connect the addr failed.");
         return rc;
     }
     rc = channel_->open();
     if (rc != 0) {
-        MSG_LOG_ERR(rc, "the rpc client open failed,open the channel failed.");
+        TVN_MSG_LOG_ERR(rc, "the rpc client open failed,open the channel failed.");
         return rc;
     }
     opened_ = true;
@@ -71,14 +70,14 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
                                     google::protobuf::Closure*) {
     const char* name = method != nullptr ? method->full_name().c_str() : "";
     if (rpc_controller == nullptr) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTROLLER,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTROLLER,
                     "the rpc client call method (%s) failed, get the rpc controller failed.", name);
         last_error_ = TVN_MSG_ERR_NO_CONTROLLER;
         return;
     }
     auto* controller = dynamic_cast<tvn_msg_rpc_controller*>(rpc_controller);
     if (controller == nullptr || method == nullptr || request == nullptr || response == nullptr) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTROLLER,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTROLLER,
                     "the rpc client call method (%s) failed, the rpc controller type is error.",
                     name);
         rpc_controller->SetFailed("the rpc contrl is error.");
@@ -93,7 +92,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         if (!opened_) {
             fail(controller, "the rpc client not open.", TVN_MSG_ERR_NOT_OPEN);
             last_error_ = TVN_MSG_ERR_NOT_OPEN;
-            MSG_LOG_ERR(TVN_MSG_ERR_NOT_OPEN,
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOT_OPEN,
                         "the rpc client call method (%s) failed, the rpc is not open.", name);
             return;
         }
@@ -108,7 +107,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
     if (size > UINT32_MAX - TVN_MSG_HEADER_LEN || !request->IsInitialized()) {
         fail(controller, "error request format.", TVN_MSG_ERR_REQUEST_FORMAT);
         last_error_ = TVN_MSG_ERR_REQUEST_FORMAT;
-        MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
                     "the rpc client call method (%s) failed, serialize request failed.", name);
         return;
     }
@@ -118,7 +117,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         if (req.data == nullptr) {
             fail(controller, "malloc buf failed.", TVN_MSG_ERR_NOMEM);
             last_error_ = TVN_MSG_ERR_NOMEM;
-            MSG_LOG_ERR(TVN_MSG_ERR_NOMEM,
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM,
                         "the rpc client call method (%s) failed, decode request failed.", name);
             return;
         }
@@ -126,7 +125,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
             tvn_msg_free(req);
             fail(controller, "error request format.", TVN_MSG_ERR_REQUEST_FORMAT);
             last_error_ = TVN_MSG_ERR_REQUEST_FORMAT;
-            MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
                         "the rpc client call method (%s) failed, serialize request failed.", name);
             return;
         }
@@ -135,7 +134,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         tvn_msg_free(req);
         fail(controller, "comm channel is null.", TVN_MSG_ERR_NO_CHANNEL);
         last_error_ = TVN_MSG_ERR_NO_CHANNEL;
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_CHANNEL,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CHANNEL,
                     "the rpc client call method (%s) failed, the comm channel is null.", name);
         return;
     }
@@ -147,7 +146,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         tvn_msg_free(rsp);
         fail(controller, "remote request failed.", rc);
         last_error_ = rc;
-        MSG_LOG_ERR(rc, "the rpc client call method (%s) failed, remote request failed.", name);
+        TVN_MSG_LOG_ERR(rc, "the rpc client call method (%s) failed, remote request failed.", name);
         return;
     }
     if (response->ParsePartialFromArray(rsp.data, static_cast<int>(rsp.len)) &&
@@ -156,7 +155,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
     } else {
         fail(controller, "error response format.", TVN_MSG_ERR_RESPONSE_FORMAT);
         last_error_ = TVN_MSG_ERR_RESPONSE_FORMAT;
-        MSG_LOG_ERR(TVN_MSG_ERR_RESPONSE_FORMAT,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_RESPONSE_FORMAT,
                     "the rpc client call method (%s) failed, parse the response failed.", name);
     }
     tvn_msg_free(rsp);

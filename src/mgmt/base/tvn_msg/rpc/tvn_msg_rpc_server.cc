@@ -6,13 +6,11 @@
 #include <new>
 
 #include "talvane_util.h"
-#include "tvn_log.h"
+#include "tvn_msg_log.h"
 #include "tvn_msg_rpc_closure.h"
 #include "tvn_msg_rpc_controller.h"
 #include "tvn_msg_zmq_lrubroker.h"
 
-#define MSG_LOG_ERR(err, ...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_ERROR, err, __VA_ARGS__)
-#define MSG_LOG_INF(...) TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_INFO, 0, __VA_ARGS__)
 
 tvn_msg_rpc_server::tvn_msg_rpc_server() = default;
 
@@ -22,14 +20,14 @@ tvn_msg_rpc_server::~tvn_msg_rpc_server() {
 
 int32_t tvn_msg_rpc_server::init(int worker_num) {
     if (worker_num < 1) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTEXT, "the rpc server init failed, the work num(%d) is invalid.",
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTEXT, "the rpc server init failed, the work num(%d) is invalid.",
                     worker_num);
         return TVN_MSG_ERR_NO_CONTEXT;
     }
     if (!server_) {
         server_.reset(new (std::nothrow) tvn_msg_zmq_lrubroker());
         if (!server_) {
-            MSG_LOG_ERR(TVN_MSG_ERR_NOMEM, "the rpc server init failed,malloc the server failed.");
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM, "the rpc server init failed,malloc the server failed.");
             return TVN_MSG_ERR_NOMEM;
         }
     }
@@ -44,7 +42,7 @@ void tvn_msg_rpc_server::register_service(google::protobuf::Service* service) {
     if (service == nullptr) return;
     const google::protobuf::ServiceDescriptor* descriptor = service->GetDescriptor();
     if (descriptor == nullptr) {
-        MSG_LOG_ERR(-1, "GetDescriptor failed");
+        TVN_MSG_LOG_ERR(-1, "GetDescriptor failed");
         return;
     }
     std::lock_guard<std::mutex> lock(mutex_);
@@ -62,7 +60,7 @@ void tvn_msg_rpc_server::register_service(google::protobuf::Service* service) {
 
 int32_t tvn_msg_rpc_server::start(const tvn_msg_addr& addr) {
     if (!server_) {
-        MSG_LOG_ERR(TVN_MSG_ERR_NO_SERVER, "the rpc server start failed.");
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_SERVER, "the rpc server start failed.");
         return TVN_MSG_ERR_NO_SERVER;
     }
     {
@@ -78,7 +76,7 @@ int32_t tvn_msg_rpc_server::start(const tvn_msg_addr& addr) {
         int32_t rc = server_->bind(addr);
         if (rc != 0) {
             starting_ = false;
-            MSG_LOG_ERR(rc, "the rpc server start failed, bind failed.");
+            TVN_MSG_LOG_ERR(rc, "the rpc server start failed, bind failed.");
             return rc;
         }
     }
@@ -109,7 +107,7 @@ bool tvn_msg_rpc_server::is_running() { return server_ && server_->is_running();
 void tvn_msg_rpc_server::unregister() {
     std::lock_guard<std::mutex> lock(mutex_);
     methods_.clear();
-    MSG_LOG_INF("the rpc server msg server unregister all server");
+    TVN_MSG_LOG_INF("the rpc server msg server unregister all server");
 }
 
 int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MSG& reply) {
@@ -120,7 +118,7 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
         std::lock_guard<std::mutex> lock(self->mutex_);
         auto it = self->methods_.find(request.id);
         if (it == self->methods_.end()) {
-            MSG_LOG_ERR(TVN_MSG_ERR_UNKNOWN_METHOD,
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_UNKNOWN_METHOD,
                         "rpc server msg worker failed, the msg id(%d) is invalid.",
                         static_cast<int>(request.id));
             return TVN_MSG_ERR_UNKNOWN_METHOD;
@@ -130,7 +128,7 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     const char* name = record.method->full_name().c_str();
     std::unique_ptr<google::protobuf::Message> req(record.request_proto->New());
     if (!req) {
-        MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
                     "rpc server msg worker failed, msg id(%d) request parse failed, the method "
                     "name is (%s).",
                     static_cast<int>(request.id), name);
@@ -138,7 +136,7 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     }
     std::unique_ptr<google::protobuf::Message> rsp(record.response_proto->New());
     if (!rsp) {
-        MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
                     "rpc server msg worker failed, msg id(%d) request parse failed, method name "
                     "is (%s).",
                     static_cast<int>(request.id), name);
@@ -149,7 +147,7 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     if (request.len > INT32_MAX ||
         !req->ParsePartialFromArray(request.data, static_cast<int>(request.len)) ||
         !req->IsInitialized()) {
-        MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
                     "rpc server msg worker failed, msg id(%d) request parse failed, the method "
                     "name is (%s).",
                     static_cast<int>(request.id), name);
@@ -160,7 +158,7 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     tvn_msg_rpc_closure closure;
     record.service->CallMethod(record.method, &controller, req.get(), rsp.get(), &closure);
     if (controller.Failed()) {
-        MSG_LOG_ERR(controller.GetErrno(),
+        TVN_MSG_LOG_ERR(controller.GetErrno(),
                     "rpc server msg worker failed, msg id(%d) request deal inter errror(%d), "
                     "method name is (%s).",
                     static_cast<int>(request.id), controller.GetErrno(), name);
@@ -173,12 +171,12 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     reply.data = size != 0 ? new (std::nothrow) char[size] : nullptr;
     if (size != 0 && reply.data == nullptr) {
         reply.len = 0;
-        MSG_LOG_ERR(TVN_MSG_ERR_NOMEM, "TVN_MEM_NEW failed");
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM, "TVN_MEM_NEW failed");
         return TVN_MSG_ERR_NOMEM;
     }
     if (size != 0 && !rsp->SerializeToArray(reply.data, static_cast<int>(size))) {
         tvn_msg_free(reply);
-        MSG_LOG_ERR(TVN_MSG_ERR_RESPONSE_FORMAT,
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_RESPONSE_FORMAT,
                     "rpc server msg worker failed, msg id(%d) response serialize failed, method "
                     "name is (%s).",
                     static_cast<int>(request.id), name);

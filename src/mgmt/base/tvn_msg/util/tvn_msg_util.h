@@ -1,11 +1,12 @@
 #pragma once
 // Socket options, frame conversion, send and receive, and the blocking
-// request-with-time-out on which every client channel rests. A socket is
-// the opaque libzmq handle (void*); a frame is a zmq_msg_t.
+// request-with-time-out on which every client channel rests. Frames and
+// the sockets a call may close are cppzmq objects, so that whoever holds one
+// never frees it by hand; a socket a call only uses is its libzmq handle.
 //
 // Wire form of one message (one ZeroMQ frame, host byte order):
 //   [0..4) id   [4..8) ext   [8..) payload (len = frame size - 8)
-#include <zmq.h>
+#include <zmq.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -31,25 +32,42 @@ public:
     static void set_receive_hwm(void* socket, int n);
     static void set_subscribe_filter(void* socket, const std::string& text);
 
-    // Builds an initialised frame of len + 8 bytes. 0, or -6 when the frame
-    // cannot be allocated (the frame is then initialised empty).
-    static int32_t cmsg_to_zmsg(const TVN_MSG& msg, zmq_msg_t* frame);
+    // Rebuilds frame to len + 8 bytes. 0, or -6 when it cannot be
+    // allocated (the frame is then empty).
+    static int32_t cmsg_to_zmsg(const TVN_MSG& msg, zmq::message_t& frame);
     // Fills msg from a frame; msg.data is newly allocated and owned by the
     // caller. A frame shorter than 8 bytes is refused with -2009 and leaves
     // msg empty; -6 when the payload cannot be allocated.
-    static int32_t zmsg_to_cmsg(zmq_msg_t* frame, TVN_MSG& msg);
+    static int32_t zmsg_to_cmsg(const zmq::message_t& frame, TVN_MSG& msg);
+    // msg as a view of the frame's bytes, no copy: valid while the frame
+    // lives and untouched. -2009 for a frame shorter than 8 bytes.
+    static int32_t zmsg_view_cmsg(zmq::message_t& frame, TVN_MSG& msg);
     // Overwrites the ext word of a frame built by cmsg_to_zmsg.
-    static void set_zmsg_ext(zmq_msg_t* frame, uint32_t value);
-    static int32_t str_to_zmsg(const std::string& text, zmq_msg_t* frame);
-    static void zmsg_to_str(zmq_msg_t* frame, std::string& text);
+    static void set_zmsg_ext(zmq::message_t& frame, uint32_t value);
+    static int32_t str_to_zmsg(const std::string& text, zmq::message_t& frame);
+    static void zmsg_to_str(const zmq::message_t& frame, std::string& text);
 
-    // Blocking receive of one frame into an initialised frame. 0; -1 for a
-    // null socket; -23 when the context was terminated; else the errno. On
-    // failure the socket is closed and the handle cleared, since a socket
-    // whose receive failed is of no further use to its owner.
-    static int32_t receive_zmsg(void*& socket, zmq_msg_t* frame);
-    static int32_t receive_cmsg(void*& socket, TVN_MSG& msg);
-    static int32_t receive_str(void*& socket, std::string& text);
+    // 0 with a socket of `type` in ctx, LINGER 0 (no socket of this layer
+    // waits to deliver at close); else the errno, socket left empty.
+    static int new_socket(zmq::context_t& ctx, int type, zmq::socket_t& socket);
+    // 0 or the errno.
+    static int connect(zmq::socket_t& socket, const std::string& endpoint);
+    static int bind(zmq::socket_t& socket, const std::string& endpoint);
+
+    // One frame in or out on a socket the caller keeps: 0 or the errno (a
+    // signal during a blocking receive is retried, not reported).
+    static int recv_frame(void* socket, zmq::message_t& frame, int flags = 0);
+    static int send_frame(void* socket, zmq::message_t& frame, bool more);
+    // Whether the part last received on socket has more parts behind it.
+    static bool has_more(void* socket);
+
+    // Blocking receive of one frame. 0; -1 for a closed socket; -23 when
+    // the context was terminated; else the errno. On failure the socket is
+    // closed, since a socket whose receive failed is of no further use to
+    // its owner.
+    static int32_t receive_zmsg(zmq::socket_t& socket, zmq::message_t& frame);
+    static int32_t receive_cmsg(zmq::socket_t& socket, TVN_MSG& msg);
+    static int32_t receive_str(zmq::socket_t& socket, std::string& text);
     // Converts and sends one frame (ZMQ_SNDMORE when more). The send result
     // is not reported; nothing happens on a null socket.
     static void send_cmsg(void* socket, const TVN_MSG& msg, bool more);

@@ -1,0 +1,91 @@
+#pragma once
+// The worker thread every message server runs: build a socket towards the
+// server's backend, take one request, hand it to the deal function, answer,
+// and rebuild the socket whenever it can no longer be trusted. The proxy
+// server's REP workers and the broker's REQ workers differ only in what a
+// Role supplies:
+//
+//   socket_type                  ZMQ_REP or ZMQ_REQ
+//   announce(socket)             after connecting (the broker's "worker_ready")
+//   envelope                     what travels with a request (the client id)
+//   receive(socket, env, frame)  0; -23 at the end; else logged, socket closed
+//   answer(socket, env, reply)   sends the reply; false: rebuild the socket
+//   create_failed, connect_failed, deal_null, deal_failed: log texts
+//
+// A template, so each server kind keeps its own log call sites and with them
+// its own rate limit.
+#include <cerrno>
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include <zmq.hpp>
+
+#include "itf_tvn_msg_server.h"
+#include "tvn_msg_log.h"
+#include "tvn_msg_util.h"
+
+// Pause before a worker retries a socket it could not build, so that a
+// persistent failure does not spin a core.
+inline constexpr auto TVN_MSG_WORKER_RETRY_PAUSE = std::chrono::milliseconds(10);
+
+template <class Role>
+void tvn_msg_run_worker(zmq::context_t& ctx, const std::string& backend, tvn_msg_deal_fun deal,
+                        void* deal_context, const std::function<void()>& ready) {
+    zmq::socket_t socket;
+    for (;;) {
+        if (!socket) {
+            int err = tvn_msg_util::new_socket(ctx, Role::socket_type, socket);
+            if (err == ETERM) break;
+            if (err != 0) {
+                TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET, Role::create_failed, err);
+                ready();
+                std::this_thread::sleep_for(TVN_MSG_WORKER_RETRY_PAUSE);
+                continue;
+            }
+            tvn_msg_util::set_receive_hwm(socket.handle(), 10);
+            err = tvn_msg_util::connect(socket, backend);
+            if (err != 0) {
+                socket.close();
+                if (err == ETERM) break;
+                TVN_MSG_LOG_ERR(TVN_MSG_ERR_CONNECT, Role::connect_failed, err);
+                ready();
+                std::this_thread::sleep_for(TVN_MSG_WORKER_RETRY_PAUSE);
+                continue;
+            }
+            Role::announce(socket);
+            ready();
+        }
+
+        typename Role::envelope envelope;
+        zmq::message_t frame;
+        int32_t rc = Role::receive(socket, envelope, frame);
+        if (rc == TVN_MSG_ERR_TERMINATED) {
+            TVN_MSG_LOG_INF("the msg server worker is terminal.");
+            break;
+        }
+        if (rc != 0) continue;  // the socket is gone; build (and announce) afresh
+
+        // The request is read in place; its frame outlives the deal.
+        TVN_MSG request;
+        tvn_msg_util::zmsg_view_cmsg(frame, request);
+        TVN_MSG reply;
+        reply.id = request.id;
+        if (deal == nullptr) {
+            TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN, "%s", Role::deal_null);
+            rc = TVN_MSG_ERR_NO_DEAL_FUN;
+        } else {
+            rc = deal(deal_context, request, reply);
+        }
+        if (rc != 0) {
+            TVN_MSG_LOG_ERR(rc, Role::deal_failed, rc);
+            tvn_msg_free(reply);
+            // No reply: the socket still owes one, so it is replaced.
+            socket.close();
+            continue;
+        }
+        if (!Role::answer(socket, envelope, reply)) socket.close();
+        tvn_msg_free(reply);
+    }
+}
