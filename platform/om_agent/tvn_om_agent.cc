@@ -2,8 +2,13 @@
 // the command endpoint with its serving threads, and the answers of both
 // roads.
 #include <pthread.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
@@ -12,6 +17,8 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include <zmq.hpp>
@@ -28,8 +35,8 @@
 namespace {
 
 constexpr uint32_t kCallMagic = 0x4f4d4341;  // "OMCA"
-constexpr size_t kMaxQueuedJobs = 4096;
-constexpr int32_t kResultBusy = -16;
+constexpr int32_t kResultBusy = -16;     // EBUSY: no room to wait
+constexpr int32_t kResultExpired = -62;  // ETIME: waited past the age limit, not run
 constexpr const char* kQueueMarker = "queue";
 
 // One command being served: the context handed to the RPC entry, or the
@@ -95,8 +102,7 @@ struct agent_state {
     zmq::context_t context;
 
     std::mutex pub_mutex;
-    std::unique_ptr<zmq::socket_t> pub;
-    std::string pub_bound;
+    std::unique_ptr<class event_feed> feed;
 
     ~agent_state();
 };
@@ -143,15 +149,93 @@ void serve(call_ctx& call, const void* data, size_t length) {
     if (!call.answered) answer(&call, OM_CALL_END, -1, nullptr, nullptr);
 }
 
+using steady = std::chrono::steady_clock;
+
 struct job {
     std::string identity;
     bool delimited = false;
     bool queue_road = false;
     std::string body;
+    steady::time_point arrival;
 };
 
-// The command endpoint: one I/O thread owns the ROUTER; workers take jobs
-// from a queue and hand their replies back over an inproc PUSH/PULL pair.
+// What one connection holds of the agent: commands waiting and threads busy.
+struct client_load {
+    uint32_t queued = 0;
+    uint32_t running = 0;
+};
+
+// One accepted connection, known by its descriptor from the socket monitor.
+struct conn_info {
+    sockaddr_storage peer{};
+    socklen_t peer_len = 0;
+    steady::time_point last;
+    std::string identity;
+};
+
+// Limits in force, with the derived ones worked out from the configuration.
+struct limits {
+    uint32_t threads = 8;
+    uint32_t max_msg_bytes = 1u << 20;
+    size_t max_jobs = 1024;
+    size_t max_bytes = 16u << 20;
+    std::chrono::milliseconds max_wait{30000};
+    uint32_t client_threads = 4;
+    uint32_t client_jobs = 256;
+    size_t max_conns = 768;
+    int handshake_ms = 5000;
+};
+
+limits derive_limits(const MSG_CFG_S& cfg) {
+    limits l;
+    l.threads = std::clamp<uint32_t>(cfg.worker_threads, 1, 64);
+    l.max_msg_bytes = cfg.max_msg_bytes == 0 ? 1u << 20 : cfg.max_msg_bytes;
+    l.max_jobs = cfg.max_queued_jobs == 0 ? 1 : cfg.max_queued_jobs;
+    l.max_bytes = cfg.max_queued_bytes == 0 ? l.max_msg_bytes : cfg.max_queued_bytes;
+    l.max_wait = std::chrono::milliseconds(cfg.max_wait_ms == 0 ? 30000 : cfg.max_wait_ms);
+    l.client_threads = cfg.client_threads != 0 ? std::min(cfg.client_threads, l.threads)
+                                               : std::max<uint32_t>(1, l.threads / 2);
+    l.client_jobs = cfg.client_queued_jobs != 0
+                        ? cfg.client_queued_jobs
+                        : static_cast<uint32_t>(std::max<size_t>(1, l.max_jobs / 4));
+    if (cfg.max_connections != 0) {
+        l.max_conns = cfg.max_connections;
+    } else {
+        // Keep a reserve of descriptors for the service's own sockets, its
+        // calls to the sibling daemons and its files.
+        rlimit rl{};
+        rlim_t soft = ::getrlimit(RLIMIT_NOFILE, &rl) == 0 ? rl.rlim_cur : 1024;
+        if (soft == RLIM_INFINITY || soft > (1u << 20)) soft = 1u << 20;
+        rlim_t reserve = std::clamp<rlim_t>(soft / 4, 32, 256);
+        l.max_conns = soft > reserve + 16 ? static_cast<size_t>(soft - reserve) : 16;
+    }
+    l.handshake_ms = cfg.handshake_ms == 0 ? 5000 : static_cast<int>(cfg.handshake_ms);
+    return l;
+}
+
+// An ipc endpoint's socket file is the only gate on who may send commands:
+// its folder is made private and the file readable and writable by the
+// owner alone.
+std::string ipc_path(const std::string& endpoint) {
+    constexpr const char* kIpc = "ipc://";
+    if (endpoint.rfind(kIpc, 0) != 0) return {};
+    return endpoint.substr(std::strlen(kIpc));
+}
+
+void prepare_ipc_folder(const std::string& path) {
+    size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos || slash == 0) return;
+    std::string dir = path.substr(0, slash);
+    if (::mkdir(dir.c_str(), 0700) != 0 && errno != EEXIST)
+        agent_log(4, "OM agent cannot make the folder of its socket (errno %d).", errno);
+}
+
+// The command endpoint: one I/O thread owns the ROUTER and its monitor;
+// workers take jobs from a queue and hand their replies back over an
+// inproc PUSH/PULL pair. Whatever a caller sends, the queue is bounded by
+// count and bytes, a waiting command ages out unrun, one connection holds
+// at most its share of the threads, and the number of open connections
+// stays below the descriptor limit.
 class om_server {
 public:
     int32_t start(zmq::context_t& ctx, const std::string& endpoint, const MSG_CFG_S& cfg,
@@ -176,21 +260,35 @@ private:
     void take_command(std::vector<zmq::message_t>& parts);
     void send_reply(const std::string& identity, bool delimited, const std::string& reply);
     static void push_reply(zmq::socket_t& push, const job& j, const std::string& reply);
+    std::deque<job>::iterator next_job_locked();
+    void unqueue_locked(const job& j);
+    void answer_expired();
+    void note_activity(std::vector<zmq::message_t>& parts);
+    void take_monitor_event();
+    void cut_idle(size_t count);
 
     zmq::context_t* ctx_ = nullptr;
     std::unique_ptr<zmq::socket_t> frontend_;
+    std::unique_ptr<zmq::socket_t> monitor_;
     std::unique_ptr<zmq::socket_t> replies_;
     std::string reply_addr_;
     std::string bound_;
+    std::string ipc_file_;
     bool running_ = false;
+    limits limits_;
 
     std::mutex mutex_;
     std::condition_variable cv_;
     std::deque<job> jobs_;
+    size_t queued_bytes_ = 0;
+    std::unordered_map<std::string, client_load> clients_;
     bool stopping_ = false;
     std::vector<pthread_t> workers_;
     pthread_t io_{};
     bool io_started_ = false;
+
+    // Owned by the I/O thread.
+    std::unordered_map<int, conn_info> conns_;
 };
 
 bool om_server::spawn(OM_SYS_CREATE_THREAD_FN create, void* (*entry)(void*), const char* name,
@@ -204,27 +302,44 @@ int32_t om_server::start(zmq::context_t& ctx, const std::string& endpoint, const
     static std::atomic<uint32_t> instance{0};
     ctx_ = &ctx;
     stopping_ = false;
+    limits_ = derive_limits(cfg);
+    const uint32_t id = ++instance;
     try {
         frontend_ = std::make_unique<zmq::socket_t>(ctx, zmq::socket_type::router);
         frontend_->set(zmq::sockopt::linger, 0);
-        frontend_->set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(cfg.max_msg_bytes));
+        frontend_->set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(limits_.max_msg_bytes));
+        frontend_->set(zmq::sockopt::handshake_ivl, limits_.handshake_ms);
+        frontend_->set(zmq::sockopt::rcvhwm, 100);
+        std::string mon_addr = "inproc://tvn-om-monitor-" + std::to_string(id);
+        if (zmq_socket_monitor(frontend_->handle(), mon_addr.c_str(),
+                               ZMQ_EVENT_ACCEPTED | ZMQ_EVENT_ACCEPT_FAILED | ZMQ_EVENT_DISCONNECTED) != 0)
+            throw zmq::error_t();
+        monitor_ = std::make_unique<zmq::socket_t>(ctx, zmq::socket_type::pair);
+        monitor_->set(zmq::sockopt::linger, 0);
+        monitor_->connect(mon_addr);
+        std::string path = ipc_path(endpoint);
+        if (!path.empty()) prepare_ipc_folder(path);
         frontend_->bind(endpoint);
+        if (!path.empty()) {
+            ipc_file_ = path;
+            if (::chmod(path.c_str(), 0600) != 0)
+                agent_log(4, "OM agent cannot restrict its socket file (errno %d).", errno);
+        }
         bound_ = frontend_->get(zmq::sockopt::last_endpoint);
         replies_ = std::make_unique<zmq::socket_t>(ctx, zmq::socket_type::pull);
-        reply_addr_ = "inproc://tvn-om-replies-" + std::to_string(++instance);
+        reply_addr_ = "inproc://tvn-om-replies-" + std::to_string(id);
         replies_->bind(reply_addr_);
     } catch (const zmq::error_t& e) {
         agent_log(4, "OM agent cannot serve %s: %s.", endpoint.c_str(), e.what());
+        monitor_.reset();
         frontend_.reset();
         replies_.reset();
         bound_.clear();
+        ipc_file_.clear();
         return -1;
     }
-    uint32_t threads = cfg.worker_threads;
-    if (threads == 0) threads = 1;
-    if (threads > 64) threads = 64;
     running_ = true;
-    for (uint32_t i = 0; i < threads; ++i) {
+    for (uint32_t i = 0; i < limits_.threads; ++i) {
         pthread_t t{};
         if (!spawn(create, &om_server::worker_entry, "tvn_om_worker", &t)) {
             agent_log(4, "OM agent cannot start a serving thread.");
@@ -255,6 +370,8 @@ void om_server::stop() {
     {
         std::lock_guard<std::mutex> lock(mutex_);
         left.swap(jobs_);
+        queued_bytes_ = 0;
+        clients_.clear();
     }
     if (io_started_) {
         try {
@@ -269,9 +386,14 @@ void om_server::stop() {
         pthread_join(io_, nullptr);
         io_started_ = false;
     }
+    if (frontend_) zmq_socket_monitor(frontend_->handle(), nullptr, 0);
+    monitor_.reset();
     frontend_.reset();
     replies_.reset();
+    conns_.clear();
     bound_.clear();
+    if (!ipc_file_.empty()) ::unlink(ipc_file_.c_str());
+    ipc_file_.clear();
     running_ = false;
 }
 
@@ -312,38 +434,156 @@ void om_server::take_command(std::vector<zmq::message_t>& parts) {
     } else {
         well_formed = false;
     }
+    parts.clear();
     if (!well_formed) {
         agent_log(4, "OM agent: a command of %zu frames is refused.", count);
         send_reply(j.identity, j.delimited, encode_reply(OM_CALL_END, -1, nullptr, nullptr));
         return;
     }
+    j.arrival = steady::now();
     bool stopping = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         stopping = stopping_;
-        if (!stopping && jobs_.size() < kMaxQueuedJobs) {
+        client_load& load = clients_[j.identity];
+        if (!stopping && jobs_.size() < limits_.max_jobs &&
+            queued_bytes_ + j.body.size() <= limits_.max_bytes && load.queued < limits_.client_jobs) {
+            ++load.queued;
+            queued_bytes_ += j.body.size();
             jobs_.push_back(std::move(j));
             cv_.notify_one();
             return;
         }
+        if (load.queued == 0 && load.running == 0) clients_.erase(j.identity);
     }
     send_reply(j.identity, j.delimited,
                encode_reply(OM_CALL_END, stopping ? -1 : kResultBusy, nullptr, nullptr));
 }
 
+void om_server::unqueue_locked(const job& j) {
+    queued_bytes_ -= j.body.size();
+    auto it = clients_.find(j.identity);
+    if (it == clients_.end()) return;
+    --it->second.queued;
+    if (it->second.queued == 0 && it->second.running == 0) clients_.erase(it);
+}
+
+// The oldest waiting command whose connection is below its share of threads.
+std::deque<job>::iterator om_server::next_job_locked() {
+    for (auto it = jobs_.begin(); it != jobs_.end(); ++it) {
+        auto c = clients_.find(it->identity);
+        if (c == clients_.end() || c->second.running < limits_.client_threads) return it;
+    }
+    return jobs_.end();
+}
+
+// Commands whose caller has most likely given up are answered at once, so
+// they hold no memory and nobody's share is spent on them.
+void om_server::answer_expired() {
+    std::vector<job> old;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        const auto cutoff = steady::now() - limits_.max_wait;
+        for (auto it = jobs_.begin(); it != jobs_.end();) {
+            if (it->arrival < cutoff) {
+                unqueue_locked(*it);
+                old.push_back(std::move(*it));
+                it = jobs_.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    }
+    for (const job& j : old)
+        send_reply(j.identity, j.delimited, encode_reply(OM_CALL_END, kResultExpired, nullptr, nullptr));
+}
+
+void om_server::note_activity(std::vector<zmq::message_t>& parts) {
+    if (parts.empty()) return;
+    int fd = parts.back().get(ZMQ_SRCFD);
+    auto it = conns_.find(fd);
+    if (it == conns_.end()) return;
+    it->second.last = steady::now();
+    it->second.identity = parts[0].to_string();
+}
+
+void om_server::take_monitor_event() {
+    std::vector<zmq::message_t> parts;
+    while (zmq::recv_multipart(*monitor_, std::back_inserter(parts), zmq::recv_flags::dontwait)) {
+        if (parts.empty() || parts[0].size() < 6) {
+            parts.clear();
+            continue;
+        }
+        uint16_t event = 0;
+        uint32_t value = 0;
+        std::memcpy(&event, parts[0].data(), sizeof(event));
+        std::memcpy(&value, static_cast<const char*>(parts[0].data()) + 2, sizeof(value));
+        parts.clear();
+        const int fd = static_cast<int>(value);
+        if (event == ZMQ_EVENT_ACCEPTED) {
+            conn_info info;
+            info.peer_len = sizeof(info.peer);
+            if (::getpeername(fd, reinterpret_cast<sockaddr*>(&info.peer), &info.peer_len) != 0)
+                continue;
+            info.last = steady::now();
+            conns_[fd] = info;
+            if (conns_.size() > limits_.max_conns) cut_idle(conns_.size() - limits_.max_conns);
+        } else if (event == ZMQ_EVENT_DISCONNECTED) {
+            conns_.erase(fd);
+        } else if (event == ZMQ_EVENT_ACCEPT_FAILED && (value == EMFILE || value == ENFILE)) {
+            // Out of descriptors: make room for whoever is knocking.
+            cut_idle(std::max<size_t>(8, conns_.size() / 16));
+        }
+    }
+}
+
+// Closes the connections that have been quiet longest and have nothing
+// waiting or running. The descriptor belongs to libzmq; shutting it down
+// makes libzmq see the peer leave and close it in the usual way. The peer
+// address is checked first, so a number reused for another socket is left
+// alone.
+void om_server::cut_idle(size_t count) {
+    std::vector<std::pair<steady::time_point, int>> order;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& [fd, info] : conns_) {
+            if (!info.identity.empty() && clients_.count(info.identity) != 0) continue;
+            order.emplace_back(info.last, fd);
+        }
+    }
+    std::sort(order.begin(), order.end());
+    size_t cut = 0;
+    for (const auto& [when, fd] : order) {
+        if (cut >= count) break;
+        (void)when;
+        auto it = conns_.find(fd);
+        sockaddr_storage peer{};
+        socklen_t len = sizeof(peer);
+        if (::getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &len) == 0 && len == it->second.peer_len &&
+            std::memcmp(&peer, &it->second.peer, len) == 0)
+            ::shutdown(fd, SHUT_RDWR);
+        conns_.erase(it);
+        ++cut;
+    }
+    if (cut > 0) agent_log(4, "OM agent: %zu idle connections closed to stay within its limits.", cut);
+}
+
 void om_server::io_loop() {
     zmq::pollitem_t items[] = {{frontend_->handle(), 0, ZMQ_POLLIN, 0},
-                               {replies_->handle(), 0, ZMQ_POLLIN, 0}};
+                               {replies_->handle(), 0, ZMQ_POLLIN, 0},
+                               {monitor_->handle(), 0, ZMQ_POLLIN, 0}};
     std::vector<zmq::message_t> parts;
+    auto next_sweep = steady::now();
     for (;;) {
         try {
-            zmq::poll(items, 2, std::chrono::milliseconds(-1));
+            zmq::poll(items, 3, std::chrono::milliseconds(250));
         } catch (const zmq::error_t& e) {
             if (e.num() == EINTR) continue;
             agent_log(4, "OM agent poll failed: %s.", e.what());
             return;
         }
         try {
+            if (items[2].revents & ZMQ_POLLIN) take_monitor_event();
             if (items[1].revents & ZMQ_POLLIN) {
                 for (;;) {
                     parts.clear();
@@ -360,8 +600,13 @@ void om_server::io_loop() {
                     parts.clear();
                     if (!zmq::recv_multipart(*frontend_, std::back_inserter(parts), zmq::recv_flags::dontwait))
                         break;
+                    note_activity(parts);
                     take_command(parts);
                 }
+            }
+            if (steady::now() >= next_sweep) {
+                answer_expired();
+                next_sweep = steady::now() + std::chrono::milliseconds(250);
             }
         } catch (const zmq::error_t& e) {
             if (e.num() == ETERM) return;
@@ -383,18 +628,153 @@ void om_server::worker_loop() {
         job j;
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            cv_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
+            std::deque<job>::iterator it;
+            cv_.wait(lock, [&] { return stopping_ || (it = next_job_locked()) != jobs_.end(); });
             if (stopping_) return;
-            j = std::move(jobs_.front());
-            jobs_.pop_front();
+            j = std::move(*it);
+            jobs_.erase(it);
+            unqueue_locked(j);
+            ++clients_[j.identity].running;
         }
         call_ctx call;
         call.queue_road = j.queue_road;
-        serve(call, j.body.data(), j.body.size());
+        if (steady::now() - j.arrival > limits_.max_wait)
+            answer(&call, OM_CALL_END, kResultExpired, nullptr, nullptr);
+        else
+            serve(call, j.body.data(), j.body.size());
         try {
             push_reply(*push, j, call.reply);
         } catch (const zmq::error_t& e) {
             agent_log(4, "OM agent cannot hand back an answer: %s.", e.what());
+        }
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            auto c = clients_.find(j.identity);
+            if (c != clients_.end() && --c->second.running == 0 && c->second.queued == 0) clients_.erase(c);
+        }
+        // A finished job may make a held-back connection's command eligible.
+        cv_.notify_all();
+    }
+}
+
+// The notification feed publishes every notification to every subscriber,
+// so subscriptions carry no information. The XPUB runs in manual mode: a
+// subscription only marks its connection as a receiver of everything and is
+// never stored, and any subscription longer than a few bytes drops its
+// connection, so the memory of the socket does not depend on what
+// subscribers send. One thread owns the XPUB; publishers hand it frames over
+// an inproc PUSH.
+class event_feed {
+public:
+    ~event_feed() { stop(); }
+    int32_t start(zmq::context_t& ctx, const std::string& endpoint);
+    void stop();
+    int32_t publish(const std::string& bytes);
+    const std::string& bound() const { return bound_; }
+
+private:
+    void run();
+
+    std::unique_ptr<zmq::socket_t> xpub_;
+    std::unique_ptr<zmq::socket_t> pull_;
+    std::unique_ptr<zmq::socket_t> push_;  // used under push_mutex_
+    std::mutex push_mutex_;
+    std::thread thread_;
+    std::string bound_;
+};
+
+constexpr int kMaxSubscriptionBytes = 64;
+constexpr int kFeedHighWater = 1000;
+
+int32_t event_feed::start(zmq::context_t& ctx, const std::string& endpoint) {
+    static std::atomic<uint32_t> instance{0};
+    try {
+        xpub_ = std::make_unique<zmq::socket_t>(ctx, zmq::socket_type::xpub);
+        xpub_->set(zmq::sockopt::linger, 0);
+        xpub_->set(zmq::sockopt::xpub_manual, 1);
+        xpub_->set(zmq::sockopt::maxmsgsize, static_cast<int64_t>(kMaxSubscriptionBytes));
+        xpub_->set(zmq::sockopt::sndhwm, kFeedHighWater);
+        xpub_->set(zmq::sockopt::rcvhwm, kFeedHighWater);
+        xpub_->set(zmq::sockopt::handshake_ivl, 5000);
+        std::string path = ipc_path(endpoint);
+        if (!path.empty()) prepare_ipc_folder(path);
+        xpub_->bind(endpoint);
+        bound_ = xpub_->get(zmq::sockopt::last_endpoint);
+        std::string inner = "inproc://tvn-om-feed-" + std::to_string(++instance);
+        pull_ = std::make_unique<zmq::socket_t>(ctx, zmq::socket_type::pull);
+        pull_->set(zmq::sockopt::linger, 0);
+        pull_->set(zmq::sockopt::rcvhwm, kFeedHighWater);
+        pull_->bind(inner);
+        push_ = std::make_unique<zmq::socket_t>(ctx, zmq::socket_type::push);
+        push_->set(zmq::sockopt::linger, 0);
+        push_->set(zmq::sockopt::sndhwm, kFeedHighWater);
+        push_->connect(inner);
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::exception& e) {
+        agent_log(4, "OM agent cannot publish on %s: %s.", endpoint.c_str(), e.what());
+        push_.reset();
+        pull_.reset();
+        xpub_.reset();
+        bound_.clear();
+        return -1;
+    }
+    return 0;
+}
+
+void event_feed::stop() {
+    if (thread_.joinable()) {
+        {
+            std::lock_guard<std::mutex> lock(push_mutex_);
+            try {
+                push_->send(zmq::message_t(), zmq::send_flags::none);
+            } catch (const zmq::error_t&) {
+            }
+        }
+        thread_.join();
+    }
+    push_.reset();
+    pull_.reset();
+    xpub_.reset();
+    bound_.clear();
+}
+
+int32_t event_feed::publish(const std::string& bytes) {
+    if (bytes.empty()) return -1;  // the empty frame ends the feed's thread
+    std::lock_guard<std::mutex> lock(push_mutex_);
+    if (!push_) return -1;
+    try {
+        return push_->send(zmq::buffer(bytes), zmq::send_flags::dontwait) ? 0 : -1;
+    } catch (const zmq::error_t&) {
+        return -1;
+    }
+}
+
+void event_feed::run() {
+    zmq::pollitem_t items[] = {{xpub_->handle(), 0, ZMQ_POLLIN, 0}, {pull_->handle(), 0, ZMQ_POLLIN, 0}};
+    const char everything = 0;
+    for (;;) {
+        try {
+            zmq::poll(items, 2, std::chrono::milliseconds(-1));
+            if (items[0].revents & ZMQ_POLLIN) {
+                zmq::message_t sub;
+                while (xpub_->recv(sub, zmq::recv_flags::dontwait)) {
+                    // Only a subscription (first byte 1) marks its sender;
+                    // an unsubscription changes nothing.
+                    if (sub.size() >= 1 && *sub.data<char>() == 1)
+                        xpub_->set(zmq::sockopt::subscribe, zmq::const_buffer(&everything, 0));
+                }
+            }
+            if (items[1].revents & ZMQ_POLLIN) {
+                zmq::message_t frame;
+                while (pull_->recv(frame, zmq::recv_flags::dontwait)) {
+                    if (frame.size() == 0) return;
+                    (void)xpub_->send(frame, zmq::send_flags::dontwait);
+                }
+            }
+        } catch (const zmq::error_t& e) {
+            if (e.num() == EINTR) continue;
+            if (e.num() != ETERM) agent_log(4, "OM agent feed stopped: %s.", e.what());
+            return;
         }
     }
 }
@@ -416,7 +796,7 @@ agent_state::~agent_state() {
         server().stop();
     }
     std::lock_guard<std::mutex> lock(pub_mutex);
-    pub.reset();
+    feed.reset();
 }
 
 template <class Fn>
@@ -560,18 +940,10 @@ int32_t OMM_AGENTInit() {
     if (tvn::fail_at("OMM_AGENTInit")) return -1;
     auto& s = state();
     std::lock_guard<std::mutex> lock(s.pub_mutex);
-    if (s.pub) return 0;
-    std::string endpoint = tvn::om::events_endpoint();
-    try {
-        auto pub = std::make_unique<zmq::socket_t>(s.context, zmq::socket_type::pub);
-        pub->set(zmq::sockopt::linger, 0);
-        pub->bind(endpoint);
-        s.pub_bound = pub->get(zmq::sockopt::last_endpoint);
-        s.pub = std::move(pub);
-    } catch (const zmq::error_t& e) {
-        agent_log(4, "OM agent cannot publish on %s: %s.", endpoint.c_str(), e.what());
-        return -1;
-    }
+    if (s.feed) return 0;
+    auto feed = std::make_unique<event_feed>();
+    if (feed->start(s.context, tvn::om::events_endpoint()) != 0) return -1;
+    s.feed = std::move(feed);
     return 0;
 }
 
@@ -579,8 +951,7 @@ void OMM_AGENTExit() {
     auto& s = state();
     {
         std::lock_guard<std::mutex> lock(s.pub_mutex);
-        s.pub.reset();
-        s.pub_bound.clear();
+        s.feed.reset();
     }
     std::lock_guard<std::mutex> lock(s.mutex);
     s.omm_funcs = OM_SYS_FUNCS{};
@@ -592,13 +963,8 @@ int32_t OMAgent_NotifyMsgObj(void* obj) {
     if (MSGOBJ_Encode(obj, &bytes) != 0) return -1;
     auto& s = state();
     std::lock_guard<std::mutex> lock(s.pub_mutex);
-    if (!s.pub) return -1;
-    try {
-        s.pub->send(zmq::buffer(bytes), zmq::send_flags::dontwait);
-    } catch (const zmq::error_t&) {
-        return -1;
-    }
-    return 0;
+    if (!s.feed) return -1;
+    return s.feed->publish(bytes);
 }
 
 // ---- the RPC module ----
@@ -657,7 +1023,7 @@ std::string bound_command_endpoint() {
 std::string bound_events_endpoint() {
     auto& s = state();
     std::lock_guard<std::mutex> lock(s.pub_mutex);
-    return s.pub_bound;
+    return s.feed ? s.feed->bound() : std::string();
 }
 
 int32_t invoke_local(const void* data, size_t length, bool queue_road, std::string* reply) {

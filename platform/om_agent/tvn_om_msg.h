@@ -9,9 +9,18 @@
 #include "tvn_om_sys.h"
 
 // The layer's configuration, filled by the client's configuration function.
+// Every figure bounds what one local caller, however hostile, can make the
+// agent hold or do; 0 in the derived fields picks the figure noted.
 struct MSG_CFG_S {
     uint32_t worker_threads = 8;  // threads serving commands (both roads), 1..64
-    uint32_t max_msg_bytes = 16u << 20;  // larger frames are refused by the endpoint
+    uint32_t max_msg_bytes = 1u << 20;  // a larger frame drops its connection
+    uint32_t max_queued_jobs = 1024;    // waiting commands; beyond: answered -16
+    uint32_t max_queued_bytes = 16u << 20;  // bytes of waiting commands; beyond: -16
+    uint32_t max_wait_ms = 30000;  // a command that waited longer is answered -62, never run
+    uint32_t client_threads = 0;   // serving threads one connection may hold (0: half)
+    uint32_t client_queued_jobs = 0;  // waiting commands of one connection (0: a quarter)
+    uint32_t max_connections = 0;  // open connections (0: descriptor soft limit minus a reserve)
+    uint32_t handshake_ms = 5000;  // a connection without a finished handshake is closed
 };
 using MSG_CFG_FN = int32_t (*)(MSG_CFG_S* cfg);
 

@@ -1,0 +1,378 @@
+// What a hostile local caller can make the agent hold or do: oversized
+// frames, a queue full by bytes, commands that waited too long, one
+// connection hogging the serving threads, a subscriber flooding the feed,
+// and idle connections under a low descriptor limit.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <zmq.hpp>
+#include <zmq_addon.hpp>
+
+#include "om_agent.pb.h"
+#include "tvn_msgobj.h"
+#include "tvn_om_endpoint.h"
+#include "tvn_om_msg.h"
+#include "tvn_omm_agent.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+bool eventually(const std::function<bool()>& cond, std::chrono::milliseconds limit = 10s) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < end) {
+        if (cond()) return true;
+        std::this_thread::sleep_for(5ms);
+    }
+    return cond();
+}
+
+bool wait_child(pid_t pid, int& status, std::chrono::milliseconds limit = 10s) {
+    if (eventually([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }, limit)) return true;
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, &status, 0);
+    return false;
+}
+
+class scoped_env {
+public:
+    scoped_env(const char* name, const char* value) : name_(name) {
+        if (const char* old = std::getenv(name)) old_ = old, had_ = true;
+        ::setenv(name, value, 1);
+    }
+    ~scoped_env() { had_ ? (void)::setenv(name_.c_str(), old_.c_str(), 1) : (void)::unsetenv(name_.c_str()); }
+
+private:
+    std::string name_, old_;
+    bool had_ = false;
+};
+
+enum : uint64_t { kAck = 1, kBlock = 2, kCount = 3, kNotify = 4 };
+
+MSG_CFG_S g_cfg;
+std::mutex g_mutex;
+std::condition_variable g_cv;
+bool g_released = false;
+int g_blocked = 0;
+int g_max_blocked = 0;
+std::atomic<int> g_counted{0};
+
+int32_t cfg_fn(MSG_CFG_S* cfg) {
+    *cfg = g_cfg;
+    return 0;
+}
+
+void entry(void* ctx, const void* data, unsigned int length) {
+    void* req = nullptr;
+    if (MSGOBJ_Decode(666, data, length, &req) != 0) {
+        endRpcCall(-1, ctx);
+        return;
+    }
+    uint64_t op = 0;
+    MSGOBJ_GetOpcode(req, 0, &op);
+    MSGOBJ_Destroy(req);
+    if (op == kBlock) {
+        std::unique_lock<std::mutex> lock(g_mutex);
+        g_max_blocked = std::max(g_max_blocked, ++g_blocked);
+        g_cv.notify_all();
+        g_cv.wait_for(lock, 10s, [] { return g_released; });
+        --g_blocked;
+    } else if (op == kCount) {
+        ++g_counted;
+    } else if (op == kNotify) {
+        void* n = MSGOBJ_Create(1, 4091);
+        MSGOBJ_SetOpcode(n, 0, 0xD00C90034ULL);
+        MSGOBJ_SetItemUnsigned(n, 0, 0, 16401);
+        OMAgent_NotifyMsgObj(n);
+        MSGOBJ_Destroy(n);
+    }
+    endRpcCall(0, ctx);
+}
+
+std::string command(uint64_t opcode, size_t padding = 0) {
+    OmMessage m;
+    auto* r = m.add_record();
+    r->set_opcode(opcode);
+    auto* it = r->add_item();
+    it->set_id(0);
+    it->set_u32(0);
+    if (padding > 0) {
+        auto* pad = r->add_item();
+        pad->set_id(64);
+        pad->set_str(std::string(padding, 'x'));
+    }
+    return m.SerializeAsString();
+}
+
+int result_of(const std::string& bytes) {
+    OmReply r;
+    return r.ParseFromString(bytes) ? r.result() : 12345;
+}
+
+int port_of(const std::string& endpoint) { return std::stoi(endpoint.substr(endpoint.rfind(':') + 1)); }
+
+long rss_kb() {
+    std::ifstream in("/proc/self/status");
+    std::string line;
+    while (std::getline(in, line))
+        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+    return -1;
+}
+
+class AgentBounds : public ::testing::Test {
+protected:
+    void start(const MSG_CFG_S& cfg) {
+        g_cfg = cfg;
+        g_released = false;
+        g_blocked = g_max_blocked = 0;
+        g_counted = 0;
+        ASSERT_EQ(Msg_RegisterCfgFunc(cfg_fn), 0);
+        ASSERT_EQ(MSG_MemManageInit(), 0);
+        ASSERT_EQ(MSG_ClientInit("MSG_CLIENT_TEST", [](void*) {}), 0);
+        ASSERT_EQ(OMM_AGENTInit(), 0);
+        ASSERT_EQ(rpcInitWork("../conf/ccm_conf.xml"), 0);
+        ASSERT_EQ(regRpcEntrySet(entry), 0);
+        endpoint_ = tvn::om::bound_command_endpoint();
+        started_ = true;
+    }
+    void TearDown() override {
+        release();
+        if (started_) {
+            rpcExitWork();
+            OMM_AGENTExit();
+            MSG_ClientExit();
+        }
+    }
+    static void release() {
+        std::lock_guard<std::mutex> lock(g_mutex);
+        g_released = true;
+        g_cv.notify_all();
+    }
+    static bool blocked_at_least(int n) {
+        return eventually([n] {
+            std::lock_guard<std::mutex> lock(g_mutex);
+            return g_blocked >= n;
+        });
+    }
+    int call(const std::string& bytes, int64_t ms = 10000) {
+        std::string reply;
+        int rc = tvn::om::call(endpoint_, bytes, ms, &reply);
+        return rc == 0 ? result_of(reply) : 1000 + rc;
+    }
+    // One DEALER connection with several commands in flight.
+    struct dealer {
+        dealer(zmq::context_t& ctx, const std::string& ep) : sock(ctx, zmq::socket_type::dealer) {
+            sock.set(zmq::sockopt::linger, 0);
+            sock.set(zmq::sockopt::rcvtimeo, 10000);
+            sock.connect(ep);
+        }
+        void send(const std::string& body) {
+            sock.send(zmq::message_t(), zmq::send_flags::sndmore);
+            sock.send(zmq::buffer(body), zmq::send_flags::none);
+        }
+        int receive() {
+            std::vector<zmq::message_t> parts;
+            if (!zmq::recv_multipart(sock, std::back_inserter(parts)) || parts.size() != 2) return 99999;
+            return result_of(parts[1].to_string());
+        }
+        zmq::socket_t sock;
+    };
+
+    scoped_env ep_{"TVN_OM_ENDPOINT", "tcp://127.0.0.1:0"};
+    scoped_env ev_{"TVN_OM_EVENTS", "tcp://127.0.0.1:0"};
+    std::string endpoint_;
+    bool started_ = false;
+    zmq::context_t ctx_;
+};
+
+TEST_F(AgentBounds, AFrameOverTheLimitDropsItsConnectionAndServingGoesOn) {
+    MSG_CFG_S cfg;
+    cfg.max_msg_bytes = 64 * 1024;
+    start(cfg);
+    EXPECT_EQ(call(command(kCount, 128 * 1024), 1000), 1000 - 3);
+    EXPECT_EQ(g_counted.load(), 0);
+    EXPECT_EQ(call(command(kCount, 32 * 1024)), 0);
+    EXPECT_EQ(g_counted.load(), 1);
+}
+
+TEST_F(AgentBounds, AQueueFullByBytesAnswersBusy) {
+    MSG_CFG_S cfg;
+    cfg.worker_threads = 1;
+    cfg.max_queued_bytes = 10 * 1024;
+    start(cfg);
+    dealer d(ctx_, endpoint_);
+    d.send(command(kBlock));
+    ASSERT_TRUE(blocked_at_least(1));
+    // Two 4 KiB commands fit in 10 KiB; the third does not, though the
+    // count is far from its limit.
+    for (int i = 0; i < 3; ++i) d.send(command(kCount, 4096));
+    EXPECT_EQ(d.receive(), -16);
+    release();
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(d.receive(), 0);
+    EXPECT_EQ(g_counted.load(), 2);
+}
+
+TEST_F(AgentBounds, ACommandThatWaitedPastTheAgeLimitIsAnsweredExpiredAndNeverRun) {
+    MSG_CFG_S cfg;
+    cfg.worker_threads = 1;
+    cfg.max_wait_ms = 200;
+    start(cfg);
+    dealer d(ctx_, endpoint_);
+    d.send(command(kBlock));
+    ASSERT_TRUE(blocked_at_least(1));
+    d.send(command(kCount));
+    EXPECT_EQ(d.receive(), -62);  // answered while the thread is still held
+    release();
+    EXPECT_EQ(d.receive(), 0);
+    EXPECT_EQ(call(command(kCount)), 0);
+    EXPECT_EQ(g_counted.load(), 1);
+}
+
+TEST_F(AgentBounds, OneConnectionHoldsAtMostItsShareOfTheThreads) {
+    MSG_CFG_S cfg;
+    cfg.worker_threads = 4;
+    cfg.client_threads = 2;
+    start(cfg);
+    dealer hog(ctx_, endpoint_);
+    for (int i = 0; i < 6; ++i) hog.send(command(kBlock));
+    ASSERT_TRUE(blocked_at_least(2));
+    // Another caller is served while the hog's commands wait for its share.
+    EXPECT_EQ(call(command(kCount), 5000), 0);
+    {
+        std::lock_guard<std::mutex> lock(g_mutex);
+        EXPECT_EQ(g_max_blocked, 2);
+    }
+    release();
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(hog.receive(), 0);
+}
+
+TEST_F(AgentBounds, HandshakeLessConnectionsAreClosed) {
+    MSG_CFG_S cfg;
+    cfg.handshake_ms = 300;
+    start(cfg);
+    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_port = htons(static_cast<uint16_t>(port_of(endpoint_)));
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof(a)), 0);
+    timeval tv{10, 0};
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof(tv));
+    char buf[256];
+    ssize_t n = 0;
+    while ((n = ::recv(fd, buf, sizeof(buf), 0)) > 0) {
+    }
+    EXPECT_EQ(n, 0) << "the agent should have closed the silent connection";
+    ::close(fd);
+}
+
+// Idle peers that finished their handshake hold descriptors for good; above
+// the connection limit the quietest are closed, so commands still find room.
+TEST_F(AgentBounds, IdleConnectionsUnderALowDescriptorLimitLeaveRoomForCommands) {
+    rlimit saved{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+    rlimit low = saved;
+    low.rlim_cur = 256;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
+    start(MSG_CFG_S{});
+    int port = port_of(endpoint_);
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    pid_t child = ::fork();
+    if (child == 0) {
+        // A fresh context of the child's own; nothing of the parent's is used.
+        rlimit big{4096, 4096};
+        ::setrlimit(RLIMIT_NOFILE, &big);
+        zmq::context_t ctx;
+        std::vector<zmq::socket_t> idle;
+        for (int i = 0; i < 300; ++i) {
+            idle.emplace_back(ctx, zmq::socket_type::dealer);
+            idle.back().set(zmq::sockopt::linger, 0);
+            idle.back().set(zmq::sockopt::reconnect_ivl, -1);
+            idle.back().connect("tcp://127.0.0.1:" + std::to_string(port));
+        }
+        std::this_thread::sleep_for(500ms);  // let them all connect
+        char c = 1;
+        (void)!::write(ready[1], &c, 1);
+        ::pause();
+        ::_exit(0);
+    }
+    ::close(ready[1]);
+    char ok = 0;
+    EXPECT_EQ(::read(ready[0], &ok, 1), 1);
+    EXPECT_TRUE(ok);
+    ::close(ready[0]);
+    int answered = 0;
+    for (int i = 0; i < 7; ++i) answered += call(command(kCount), 5000) == 0 ? 1 : 0;
+    EXPECT_EQ(answered, 7);
+    ::kill(child, SIGKILL);
+    int status = 0;
+    wait_child(child, status);
+    ::setrlimit(RLIMIT_NOFILE, &saved);
+}
+
+// Subscriptions are never kept: a subscriber sending hundreds of thousands
+// of distinct ones, and others sending oversized ones, leave the process's
+// memory where it was, and notifications still flow.
+TEST_F(AgentBounds, ASubscriberFloodLeavesTheFeedsMemoryBounded) {
+    start(MSG_CFG_S{});
+    std::string events = tvn::om::bound_events_endpoint();
+    zmq::socket_t sub(ctx_, zmq::socket_type::sub);
+    sub.set(zmq::sockopt::linger, 0);
+    sub.set(zmq::sockopt::subscribe, "");
+    sub.set(zmq::sockopt::rcvtimeo, 100);
+    sub.connect(events);
+    auto notified = [&] {
+        zmq::message_t got;
+        return eventually([&] {
+            EXPECT_EQ(call(command(kNotify)), 0);
+            return sub.recv(got, zmq::recv_flags::none).has_value();
+        });
+    };
+    ASSERT_TRUE(notified());
+    const long before = rss_kb();
+    pid_t child = ::fork();
+    if (child == 0) {
+        zmq::context_t ctx;
+        {
+            zmq::socket_t flood(ctx, zmq::socket_type::sub);
+            flood.set(zmq::sockopt::linger, 1000);
+            flood.connect(events);
+            std::string topic(56, 'a');
+            for (int i = 0; i < 200000; ++i) flood.set(zmq::sockopt::subscribe, topic + std::to_string(1000000 + i));
+            for (int i = 0; i < 50; ++i) {
+                zmq::socket_t big(ctx, zmq::socket_type::sub);
+                big.set(zmq::sockopt::linger, 200);
+                big.set(zmq::sockopt::subscribe, std::string(1024, static_cast<char>('a' + i % 26)));
+                big.connect(events);
+            }
+        }
+        ::_exit(0);
+    }
+    int status = 0;
+    ASSERT_TRUE(wait_child(child, status, 30s));
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    ASSERT_TRUE(notified());
+    const long after = rss_kb();
+    EXPECT_LT(after - before, 32 * 1024) << "RSS before " << before << " kB, after " << after << " kB";
+}
+
+}  // namespace
