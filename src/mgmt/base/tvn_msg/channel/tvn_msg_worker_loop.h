@@ -12,7 +12,11 @@
 //   answer(socket, env, reply)   sends the reply; false: rebuild the socket
 //   create_failed, connect_failed, deal_null, deal_failed: log texts
 //
-// A template, so each server kind keeps its own log call sites and with them
+// The sockets the serving thread stands on (front towards clients, back
+// towards the workers) come from one place too; a Server supplies back_type,
+// receive_hwm and create_back_failed.
+//
+// Templates, so each server kind keeps its own log call sites and with them
 // its own rate limit.
 #include <cerrno>
 #include <chrono>
@@ -88,4 +92,39 @@ void tvn_msg_run_worker(zmq::context_t& ctx, const std::string& backend, tvn_msg
         if (!Role::answer(socket, envelope, reply)) socket.close();
         tvn_msg_free(reply);
     }
+}
+
+// Front ROUTER bound to endpoint, back socket bound to backend. 0, or what
+// start() returns: -2004 the endpoint is taken, else -2003.
+template <class Server>
+int32_t tvn_msg_open_server_sockets(zmq::context_t& ctx, const std::string& endpoint,
+                                    const std::string& backend, zmq::socket_t& front,
+                                    zmq::socket_t& back) {
+    int err = tvn_msg_util::new_socket(ctx, ZMQ_ROUTER, front);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
+                        "The msg server start failed, create the zmq socket failed(%d).", err);
+        return TVN_MSG_ERR_SOCKET;
+    }
+    tvn_msg_util::set_receive_hwm(front.handle(), Server::receive_hwm);
+    err = tvn_msg_util::bind(front, endpoint);
+    if (err != 0) {
+        const int32_t rc = err == EADDRINUSE ? TVN_MSG_ERR_BIND : TVN_MSG_ERR_SOCKET;
+        TVN_MSG_LOG_ERR(rc, "The msg server start failed, bind the frontend socket failed(%d).",
+                        err);
+        return rc;
+    }
+    err = tvn_msg_util::new_socket(ctx, Server::back_type, back);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET, Server::create_back_failed, err);
+        return TVN_MSG_ERR_SOCKET;
+    }
+    tvn_msg_util::set_receive_hwm(back.handle(), Server::receive_hwm);
+    err = tvn_msg_util::bind(back, backend);
+    if (err != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
+                        "The msg server start failed, bind the backend socket failed(%d).", err);
+        return TVN_MSG_ERR_SOCKET;
+    }
+    return 0;
 }

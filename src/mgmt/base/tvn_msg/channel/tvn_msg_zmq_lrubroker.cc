@@ -67,6 +67,14 @@ struct req_worker {
     }
 };
 
+// Front and back are ROUTERs: replies are routed to the worker by identity.
+struct lru_broker {
+    static constexpr int back_type = ZMQ_ROUTER;
+    static constexpr int receive_hwm = 100;
+    static constexpr const char* create_back_failed =
+        "the msg server start failed, create the backend socket failed(%d).";
+};
+
 // The five frames that hand a request to a worker.
 void send_to_worker(void* back, const std::string& worker, const std::string& client,
                     zmq::message_t& request) {
@@ -168,33 +176,9 @@ int32_t tvn_msg_zmq_lrubroker::stop() { return core_.stop(); }
 
 int32_t tvn_msg_zmq_lrubroker::serve(zmq::context_t& ctx, const std::string& endpoint) {
     zmq::socket_t front, back;
-    int err = tvn_msg_util::new_socket(ctx, ZMQ_ROUTER, front);
-    if (err != 0) {
-        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                        "The msg server start failed, create the zmq socket failed(%d).", err);
-        return TVN_MSG_ERR_SOCKET;
-    }
-    tvn_msg_util::set_receive_hwm(front.handle(), 100);
-    err = tvn_msg_util::bind(front, endpoint);
-    if (err != 0) {
-        const int32_t rc = err == EADDRINUSE ? TVN_MSG_ERR_BIND : TVN_MSG_ERR_SOCKET;
-        TVN_MSG_LOG_ERR(rc, "The msg server start failed, bind the frontend socket failed(%d).",
-                        err);
-        return rc;
-    }
-    err = tvn_msg_util::new_socket(ctx, ZMQ_ROUTER, back);
-    if (err != 0) {
-        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                        "the msg server start failed, create the backend socket failed(%d).", err);
-        return TVN_MSG_ERR_SOCKET;
-    }
-    tvn_msg_util::set_receive_hwm(back.handle(), 100);
-    err = tvn_msg_util::bind(back, backend_endpoint_);
-    if (err != 0) {
-        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                        "The msg server start failed, bind the backend socket failed(%d).", err);
-        return TVN_MSG_ERR_SOCKET;
-    }
+    const int32_t rc =
+        tvn_msg_open_server_sockets<lru_broker>(ctx, endpoint, backend_endpoint_, front, back);
+    if (rc != 0) return rc;
     run_loop(front, back);
     return 0;
 }

@@ -43,6 +43,14 @@ struct rep_worker {
     }
 };
 
+// ZeroMQ's proxy spreads requests over the REP workers from a DEALER.
+struct proxy_server {
+    static constexpr int back_type = ZMQ_DEALER;
+    static constexpr int receive_hwm = 50;
+    static constexpr const char* create_back_failed =
+        "The msg server start failed, create the backend socket failed(%d).";
+};
+
 }  // namespace
 
 tvn_msg_zmq_server::~tvn_msg_zmq_server() { stop(); }
@@ -144,33 +152,8 @@ int32_t tvn_msg_zmq_server::start() {
 int32_t tvn_msg_zmq_server::serve(zmq::context_t& ctx, const std::string& endpoint,
                                   const std::string& backend) {
     zmq::socket_t front, back;
-    int err = tvn_msg_util::new_socket(ctx, ZMQ_ROUTER, front);
-    if (err != 0) {
-        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                        "The msg server start failed, create the zmq socket failed(%d).", err);
-        return TVN_MSG_ERR_SOCKET;
-    }
-    tvn_msg_util::set_receive_hwm(front.handle(), 50);
-    err = tvn_msg_util::bind(front, endpoint);
-    if (err != 0) {
-        const int32_t rc = err == EADDRINUSE ? TVN_MSG_ERR_BIND : TVN_MSG_ERR_SOCKET;
-        TVN_MSG_LOG_ERR(rc, "The msg server start failed, bind the frontend socket failed(%d).",
-                        err);
-        return rc;
-    }
-    err = tvn_msg_util::new_socket(ctx, ZMQ_DEALER, back);
-    if (err != 0) {
-        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                        "The msg server start failed, create the backend socket failed(%d).", err);
-        return TVN_MSG_ERR_SOCKET;
-    }
-    tvn_msg_util::set_receive_hwm(back.handle(), 50);
-    err = tvn_msg_util::bind(back, backend);
-    if (err != 0) {
-        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET,
-                        "The msg server start failed, bind the backend socket failed(%d).", err);
-        return TVN_MSG_ERR_SOCKET;
-    }
+    const int32_t rc = tvn_msg_open_server_sockets<proxy_server>(ctx, endpoint, backend, front, back);
+    if (rc != 0) return rc;
     // Runs until the context is shut down by stop().
     zmq_proxy(front.handle(), back.handle(), nullptr);
     return 0;
