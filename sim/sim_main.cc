@@ -23,6 +23,8 @@
 #include "sim_refusing_services.h"
 #include "sim_seed.h"
 #include "sim_result.h"
+#include <sys/stat.h>
+
 #include "tvn_log.h"
 #include "tvn_msg_rpc_client.h"
 #include "tvn_msg_rpc_controller.h"
@@ -273,6 +275,9 @@ bool probe_kagent(google::protobuf::RpcChannel* ch) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Nothing it creates is group- or world-writable; the database sets its
+    // own stricter mode.
+    ::umask(022);
     options o;
     int prc = parse(argc, argv, o);
     if (prc == -1) {

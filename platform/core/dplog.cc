@@ -36,7 +36,7 @@ int open_locked() {
     if (fd >= 0) return fd;
     std::string path = tvn::dplog_path();
     if (tvn::make_parent_dirs(path) != 0) return -1;
-    fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0644);
+    fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640);
     if (fd >= 0) g_fd.store(fd, std::memory_order_release);
     return fd;
 }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -27,12 +28,16 @@ const char* module_dir(uint32_t module) {
     }
 }
 
+// Copies go only below the folder made for them ("/run" under the system
+// root), so a peer cannot have root write key files into any other place.
+constexpr std::string_view kCertRunRoot = "/run/";
+
 // The peers pass folders of their own; refuse anything that could climb
-// out of one.
+// out of one or leave the run folder.
 bool run_path_ok(const char* run_path) {
-    if (run_path == nullptr || run_path[0] != '/') return false;
+    if (run_path == nullptr) return false;
     std::string_view p(run_path);
-    if (p.size() > 1024) return false;
+    if (p.size() > 1024 || p.rfind(kCertRunRoot, 0) != 0 || p.size() == kCertRunRoot.size()) return false;
     size_t pos = 0;
     while (pos <= p.size()) {
         size_t next = p.find('/', pos);
@@ -40,7 +45,51 @@ bool run_path_ok(const char* run_path) {
         if (p.substr(pos, next - pos) == "..") return false;
         pos = next + 1;
     }
+    for (char c : p)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) return false;
     return true;
+}
+
+// An open folder descriptor that closes itself.
+struct dir_fd {
+    int fd = -1;
+    dir_fd() = default;
+    explicit dir_fd(int f) : fd(f) {}
+    dir_fd(const dir_fd&) = delete;
+    dir_fd& operator=(const dir_fd&) = delete;
+    dir_fd(dir_fd&& o) noexcept : fd(o.fd) { o.fd = -1; }
+    dir_fd& operator=(dir_fd&& o) noexcept {
+        std::swap(fd, o.fd);
+        return *this;
+    }
+    ~dir_fd() {
+        if (fd >= 0) ::close(fd);
+    }
+};
+
+// Walks run_path from the system root one folder at a time, never through a
+// symbolic link (a planted link fails with ELOOP or ENOTDIR); with `create`,
+// missing folders are made 0700 ("/run" itself 0755).
+int open_run_dir(const char* run_path, bool create, dir_fd& out) {
+    dir_fd cur(::open(tvn::sysroot_path("/").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (cur.fd < 0) return -errno;
+    std::string_view p(run_path);
+    size_t pos = 1;
+    bool first = true;
+    while (pos < p.size()) {
+        size_t next = p.find('/', pos);
+        if (next == std::string_view::npos) next = p.size();
+        std::string name(p.substr(pos, next - pos));
+        pos = next + 1;
+        if (name.empty() || name == ".") continue;
+        if (create && ::mkdirat(cur.fd, name.c_str(), first ? 0755 : 0700) != 0 && errno != EEXIST) return -errno;
+        dir_fd child(::openat(cur.fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (child.fd < 0) return -errno;
+        cur = std::move(child);
+        first = false;
+    }
+    out = std::move(cur);
+    return 0;
 }
 
 bool parse_tenant(const char* text, uint32_t& tenant) {
@@ -64,10 +113,17 @@ int read_file(const std::string& path, std::string& out) {
     return err;
 }
 
-int write_file(const std::string& path, const std::string& data) {
-    std::string tmp = path + ".tmpXXXXXX";
-    int fd = ::mkstemp(tmp.data());  // mode 0600
-    if (fd < 0) return -errno;
+// Written to a fresh 0600 file beside the target and renamed over it, so a
+// link planted under the target's name is replaced, never followed.
+int write_file(int dir, const std::string& name, const std::string& data) {
+    std::string tmp;
+    int fd = -1;
+    for (int attempt = 0; fd < 0 && attempt < 16; ++attempt) {
+        tmp = fmt::format(".{}.{}.{}", name, ::getpid(), attempt);
+        fd = ::openat(dir, tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+        if (fd < 0 && errno != EEXIST) return -errno;
+    }
+    if (fd < 0) return -EEXIST;
     const char* p = data.data();
     size_t left = data.size();
     int err = 0;
@@ -81,9 +137,10 @@ int write_file(const std::string& path, const std::string& data) {
         p += n;
         left -= static_cast<size_t>(n);
     }
+    if (err == 0 && ::fchmod(fd, 0600) != 0) err = -errno;
     if (::close(fd) != 0 && err == 0) err = -errno;
-    if (err == 0 && ::rename(tmp.c_str(), path.c_str()) != 0) err = -errno;
-    if (err != 0) ::unlink(tmp.c_str());
+    if (err == 0 && ::renameat(dir, tmp.c_str(), dir, name.c_str()) != 0) err = -errno;
+    if (err != 0) ::unlinkat(dir, tmp.c_str(), 0);
     return err;
 }
 
@@ -98,13 +155,13 @@ int32_t fetch(uint32_t module, uint32_t type, uint32_t tenant_id, const char* ru
     (void)read_file(src + "/key.pwd", pwd);  // a key without a pass phrase is allowed
     while (!pwd.empty() && (pwd.back() == '\n' || pwd.back() == '\r')) pwd.pop_back();
 
-    std::string dest = tvn::sysroot_path(run_path);
-    if (int rc = tvn::make_dirs(dest, 0700); rc != 0) return rc;
+    dir_fd dest;
+    if (int rc = open_run_dir(run_path, true, dest); rc != 0) return rc;
     std::string stem = fmt::format("{}_{}", dir_name, tenant_id);
     sa_cert_files files{pwd, stem + ".key", stem + ".crt", stem + "_ca.crt"};
-    if (int rc = write_file(dest + "/" + files.private_key_name, key); rc != 0) return rc;
-    if (int rc = write_file(dest + "/" + files.cert_name, crt); rc != 0) return rc;
-    if (int rc = write_file(dest + "/" + files.ca_cert_name, ca); rc != 0) return rc;
+    if (int rc = write_file(dest.fd, files.private_key_name, key); rc != 0) return rc;
+    if (int rc = write_file(dest.fd, files.cert_name, crt); rc != 0) return rc;
+    if (int rc = write_file(dest.fd, files.ca_cert_name, ca); rc != 0) return rc;
     *out = std::move(files);
     return SA_CERT_OK;
 }
@@ -136,9 +193,10 @@ int32_t SA_DelCertFiles(uint32_t module, const char* tenant_id, const char* run_
     uint32_t tenant = 0;
     if (dir_name == nullptr || !parse_tenant(tenant_id, tenant) || !run_path_ok(run_path)) return SA_CERT_BAD_ARG;
     if (int32_t rc = tvn::platform_call("SA_DelCertFiles"); rc != 0) return rc;
-    std::string dest = tvn::sysroot_path(run_path);
-    std::string stem = fmt::format("{}/{}_{}", dest, dir_name, tenant);
+    dir_fd dest;
+    if (int rc = open_run_dir(run_path, false, dest); rc != 0) return rc == -ENOENT ? SA_CERT_OK : rc;
+    std::string stem = fmt::format("{}_{}", dir_name, tenant);
     for (const std::string& f : {stem + ".key", stem + ".crt", stem + "_ca.crt"})
-        if (::unlink(f.c_str()) != 0 && errno != ENOENT) return -errno;
+        if (::unlinkat(dest.fd, f.c_str(), 0) != 0 && errno != ENOENT) return -errno;
     return SA_CERT_OK;
 }

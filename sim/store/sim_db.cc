@@ -1,5 +1,9 @@
 #include "sim_db.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <fmt/format.h>
 
 #include "sim_result.h"
@@ -253,8 +257,21 @@ int32_t sim_db::open(const std::string& path, bool durable, std::string& err,
         db_ = nullptr;
         return SIM_ERR_IO;
     };
+    // The stand-in directory's passwords live here: the file (and so the
+    // WAL and shared-memory files, which SQLite gives the same mode) is the
+    // owner's alone, and never reached through a link.
+    int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    struct stat st {};
+    if (fd < 0 || ::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || ::fchmod(fd, 0600) != 0) {
+        err = fmt::format("cannot open {}: not a plain file of ours ({})", path, errno);
+        if (fd >= 0) ::close(fd);
+        return SIM_ERR_IO;
+    }
+    ::close(fd);
+    for (const char* tail : {"-wal", "-shm"}) (void)::chmod((path + tail).c_str(), 0600);
     int rc = sqlite3_open_v2(path.c_str(), &db_,
-                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX |
+                                 SQLITE_OPEN_NOFOLLOW,
                              nullptr);
     if (rc != SQLITE_OK) {
         err = fmt::format("cannot open {}: {}", path,

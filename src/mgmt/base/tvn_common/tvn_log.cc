@@ -7,6 +7,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <string>
+#include <string_view>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -64,8 +67,20 @@ int TvnLogInitFile(uint32_t log_module, int level, const char* dir, const char* 
     int rc = tvn::make_dirs(folder, 0755);
     if (rc != 0) return rc;
     std::string path = folder + "/" + file_name;
-    FILE* f = std::fopen(path.c_str(), "ae");
-    if (f == nullptr) return errno != 0 ? -errno : -1;
+    // Never through a planted link; a fixed mode whatever the umask was.
+    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640);
+    if (fd < 0) return -errno;
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        return -EINVAL;
+    }
+    FILE* f = ::fdopen(fd, "a");
+    if (f == nullptr) {
+        int err = errno;
+        ::close(fd);
+        return -err;
+    }
     auto& s = state();
     std::lock_guard<std::mutex> lock(s.mutex);
     if (s.file != nullptr) std::fclose(s.file);
@@ -129,6 +144,24 @@ void TvnLogPrint(const char* module_name, int level, int32_t err_code, const cha
     int n = std::vsnprintf(text, sizeof(text), format != nullptr ? format : "", ap);
     va_end(ap);
     if (n < 0) text[0] = '\0';
+    // Values come from operators and peers: a newline or an escape sequence
+    // in a share path must not forge a line or drive a terminal.
+    fmt::memory_buffer safe;
+    for (const char* c = text; *c != '\0'; ++c) {
+        unsigned char u = static_cast<unsigned char>(*c);
+        if (u >= 0x20 && u != 0x7f) {
+            safe.push_back(*c);
+        } else if (u == '\n') {
+            safe.append(std::string_view("\\n"));
+        } else if (u == '\r') {
+            safe.append(std::string_view("\\r"));
+        } else if (u == '\t') {
+            safe.append(std::string_view("\\t"));
+        } else {
+            fmt::format_to(std::back_inserter(safe), "\\x{:02x}", u);
+        }
+    }
+    std::string_view text_view(safe.data(), safe.size());
 
     struct timeval tv {};
     ::gettimeofday(&tv, nullptr);
@@ -146,7 +179,7 @@ void TvnLogPrint(const char* module_name, int level, int32_t err_code, const cha
     fmt::memory_buffer out;
     fmt::format_to(std::back_inserter(out), "{}.{:06d}Z [{}] {} {}:{} {}: {} (rc={})\n", stamp,
                    static_cast<long>(tv.tv_usec), level, module_name != nullptr ? module_name : "-",
-                   file != nullptr ? file : "-", line, function != nullptr ? function : "-", text,
+                   file != nullptr ? file : "-", line, function != nullptr ? function : "-", text_view,
                    err_code);
 
     std::lock_guard<std::mutex> lock(s.mutex);

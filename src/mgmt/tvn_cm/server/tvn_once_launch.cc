@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tvn_log.h"
@@ -31,7 +32,15 @@ bool tvn_once_launch::check() {
     }
     (void)tvn::make_parent_dirs(pid_file_);
     // No O_TRUNC: a refused second instance must not wipe the owner's id.
-    int fd = ::open(pid_file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    // O_NOFOLLOW: a link planted under the name must not make us truncate
+    // its target.
+    int fd = ::open(pid_file_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600);
+    struct stat st {};
+    if (fd >= 0 && (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || ::fchmod(fd, 0600) != 0)) {
+        ::close(fd);
+        fd = -1;
+        errno = EINVAL;
+    }
     if (fd < 0) {
         int err = errno;
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, -err, "Open file (%s) failed, errno(%d).", pid_file_.c_str(), err);
