@@ -237,15 +237,64 @@ int32_t count_rows(sim_db& db, const std::string& from, const sql_where& w, uint
 
 // ---- shares ---------------------------------------------------------------
 
+namespace {
+
+bool plain_text(const std::string& s) {
+    for (char c : s)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) return false;
+    return true;
+}
+
+bool has_dotdot(const std::string& path) {
+    size_t pos = 0;
+    while (pos <= path.size()) {
+        size_t next = path.find('/', pos);
+        if (next == std::string::npos) next = path.size();
+        if (path.compare(pos, next - pos, "..") == 0 && next - pos == 2) return true;
+        pos = next + 1;
+    }
+    return false;
+}
+
+// For the reply's text: control characters shown as \xHH.
+std::string printable(const std::string& s) {
+    std::string out;
+    for (char c : s) {
+        unsigned char u = static_cast<unsigned char>(c);
+        if (u < 0x20 || u == 0x7f)
+            out += fmt::format("\\x{:02x}", u);
+        else
+            out += c;
+    }
+    return out;
+}
+
+}  // namespace
+
 int32_t nfs_store::add_share(const tvn_nfs_add_share_req& req, uint64_t& share_id,
                              std::string& desc) {
     if (req.path().empty() || req.path().front() != '/') {
-        desc = fmt::format("share path \"{}\" must begin with '/'", req.path());
+        desc = fmt::format("share path \"{}\" must begin with '/'", printable(req.path()));
+        return SIM_ERR_INVALID;
+    }
+    // A real store keeps paths as C strings inside a real file system: a
+    // NUL would cut the path (two shares that look the same), control
+    // characters forge log lines, and ".." leaves the file system.
+    if (!plain_text(req.path()) || !plain_text(req.alias()) || has_dotdot(req.path())) {
+        desc = fmt::format("share path \"{}\" or name holds \"..\", NUL or control characters",
+                           printable(req.path()));
         return SIM_ERR_INVALID;
     }
     const std::string alias = req.alias().empty() ? req.path() : req.alias();
     sim_txn tx(db_);
     if (!tx.ok()) return io_failure(db_, "beginning", desc);
+    sim_stmt fs = db_.prepare("SELECT 1 FROM filesystem WHERE fsid = ?");
+    if (!fs) return io_failure(db_, "looking the file system up", desc);
+    fs.bind(1, req.fsid());
+    if (fs.step() != SQLITE_ROW) {
+        desc = fmt::format("file system {} does not exist", req.fsid());
+        return SIM_ERR_NOT_FOUND;
+    }
     sim_stmt dup = db_.prepare(
         "SELECT share_id, path = ?2 FROM nfs_share WHERE tenant_id = ?1 AND (path = ?2 OR alias = ?3)");
     if (!dup) return io_failure(db_, "checking for duplicates", desc);
