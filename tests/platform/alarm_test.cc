@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "test_sysroot_guard.h"
 #include "tvn_alarm.h"
+#include "tvn_test_files.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ std::vector<nlohmann::json> read_records() {
 }
 
 TEST(Alarm, OneJsonLinePerRecordWithTheDocumentedMembers) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     ASSERT_EQ(ALM_SendAlarm(666, 0x40001234ULL, 3, "vStore 5 created \"share\"\n"), 0);
     ASSERT_EQ(ALM_SendAlarm(666, 1, 104, nullptr), 0);
     auto recs = read_records();
@@ -36,7 +36,7 @@ TEST(Alarm, OneJsonLinePerRecordWithTheDocumentedMembers) {
 }
 
 TEST(Alarm, InvalidUtf8AndConcurrentWritersKeepLinesWhole) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     std::vector<std::thread> ts;
     for (int t = 0; t < 4; ++t)
         ts.emplace_back([] {
@@ -47,7 +47,7 @@ TEST(Alarm, InvalidUtf8AndConcurrentWritersKeepLinesWhole) {
 }
 
 TEST(Alarm, UnwritableFileIsAnError) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     { std::ofstream(root.root() + "/var"); }
     EXPECT_LT(ALM_SendAlarm(666, 1, 3, "x"), 0);
 }

@@ -16,13 +16,10 @@
 #include "process_internal.h"
 #include "process_shell.h"
 #include "ps_test_topology.h"
-#include "test_sysroot_guard.h"
 #include "tvn_sysroot.h"
+#include "tvn_test_files.h"
 
-inline std::string read_text(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using tvn_test::read_text;
 
 class ShellTest : public ::testing::Test {
 protected:
@@ -69,5 +66,5 @@ protected:
     }
 
 private:
-    std::optional<scoped_sysroot> root_;
+    std::optional<tvn_test::scoped_sysroot> root_;
 };

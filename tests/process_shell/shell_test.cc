@@ -7,21 +7,11 @@
 #include <thread>
 
 #include "ps_test_fixture.h"
+#include "tvn_test_process.h"
 
 namespace {
 
-// Waits at most 10 s for a child; a child that hangs is killed and reported.
-inline bool wait_child(pid_t pid, int& status) {
-    for (int i = 0; i < 1000; ++i) {
-        pid_t r = ::waitpid(pid, &status, WNOHANG);
-        if (r == pid) return true;
-        if (r < 0) return false;
-        ::usleep(10000);
-    }
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, &status, 0);
-    return false;
-}
+using tvn_test::wait_child;
 
 using ::testing::ElementsAre;
 

@@ -13,17 +13,17 @@
 #include <string>
 #include <thread>
 
-#include "sim_process.h"
 #include "talvane_diagnose.pb.h"
 #include "talvane_kagent.pb.h"
 #include "talvane_lookup.pb.h"
 #include "talvane_store_conf.pb.h"
 #include "talvane_store_nfs.pb.h"
-#include "test_sysroot_guard.h"
 #include "tvn_auth_api.h"
 #include "tvn_kagent_api.h"
 #include "tvn_store_conf_api.h"
 #include "tvn_store_nfs_api.h"
+#include "tvn_test_files.h"
+#include "tvn_test_process.h"
 
 namespace {
 
@@ -124,8 +124,8 @@ protected:
         return rsp;
     }
 
-    scoped_sysroot root_;
-    sim_process sim_;
+    tvn_test::scoped_sysroot root_;
+    tvn_test::sim_process sim_;
     std::unique_ptr<tvn_store_nfs_api> nfs_;
     std::unique_ptr<tvn_store_conf_api> conf_;
     std::unique_ptr<tvn_auth_api> auth_;
@@ -452,11 +452,11 @@ TEST_F(sim_e2e, RequestsThatMakeNoSenseLeaveItServing) {
 }
 
 TEST(sim_startup, ASeedFileReplacesTheBuiltInOne) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     const std::string file = root.root() + "/seed.json";
     {
         // The printed built-in seed is the file format: edit it and feed it back.
-        sim_process p;
+        tvn_test::sim_process p;
         ASSERT_EQ(p.run_to_exit(root.root(), {"--print-seed"}), 0);
         auto at = p.output.find("\"fs3\"");
         ASSERT_NE(at, std::string::npos) << p.output;
@@ -466,7 +466,7 @@ TEST(sim_startup, ASeedFileReplacesTheBuiltInOne) {
         std::fputs(p.output.c_str(), f);
         std::fclose(f);
     }
-    sim_process sim;
+    tvn_test::sim_process sim;
     ASSERT_TRUE(sim.start(root.root(), {"--seed", file, "--daemons", "kagent"})) << sim.output;
     tvn_kagent_api kagent("127.0.0.1", false, 1, sim.port("kernel agent"));
     tvn_ka_pum_req req;
@@ -482,7 +482,7 @@ TEST(sim_startup, ASeedFileReplacesTheBuiltInOne) {
     EXPECT_EQ(rsp.result(), -2);
     EXPECT_EQ(sim.stop(), 0);
 
-    sim_process bad;
+    tvn_test::sim_process bad;
     std::FILE* f = std::fopen(file.c_str(), "w");
     std::fputs("{\"file_systems\": 5}", f);
     std::fclose(f);
@@ -491,18 +491,18 @@ TEST(sim_startup, ASeedFileReplacesTheBuiltInOne) {
 }
 
 TEST(sim_startup, BadOptionsAndBusyPortsEndWithAReason) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     {
-        sim_process p;
+        tvn_test::sim_process p;
         EXPECT_EQ(p.run_to_exit(root.root(), {"--daemons", "nfs"}), 2);
         EXPECT_NE(p.output.find("unknown daemon"), std::string::npos) << p.output;
     }
-    sim_process first;
+    tvn_test::sim_process first;
     ASSERT_TRUE(first.start(root.root(), {"--daemons", "kagent"})) << first.output;
     EXPECT_EQ(first.port("store daemon"), -1) << "only the kernel agent was asked for";
     const std::string busy = std::to_string(first.port("kernel agent"));
-    sim_process second;
-    scoped_sysroot other;
+    tvn_test::sim_process second;
+    tvn_test::scoped_sysroot other;
     EXPECT_EQ(second.run_to_exit(other.root(), {"--daemons", "kagent", "--kagent-port", busy}), 1);
     EXPECT_NE(second.output.find("cannot serve"), std::string::npos) << second.output;
     EXPECT_EQ(first.stop(), 0);

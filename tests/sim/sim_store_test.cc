@@ -578,7 +578,7 @@ TEST_F(sim_seed, ABadSeedIsRefusedWholeAndNamesTheFault) {
 }
 
 TEST(sim_db_schema, OlderLayoutsAreMigratedAndKeepTheirData) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     const std::string path = sim_test::db_path();
     std::string err;
     {
@@ -599,7 +599,7 @@ TEST(sim_db_schema, OlderLayoutsAreMigratedAndKeepTheirData) {
 }
 
 TEST(sim_db_schema, ANewerLayoutIsRefused) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     const std::string path = sim_test::db_path();
     std::string err;
     {

@@ -7,8 +7,8 @@
 
 #include "sim_store.h"
 #include "talvane_store_nfs.pb.h"
-#include "test_sysroot_guard.h"
 #include "tvn_sysroot.h"
+#include "tvn_test_files.h"
 
 namespace sim_test {
 
@@ -102,7 +102,7 @@ protected:
         return id;
     }
 
-    scoped_sysroot root_;
+    tvn_test::scoped_sysroot root_;
     std::string err_;
     std::unique_ptr<tvn::sim::sim_store> store_;
 };

@@ -9,19 +9,20 @@
 #include <nlohmann/json.hpp>
 #include <zmq.hpp>
 
-#include "child_process.h"
-#include "om_test_support.h"
 #include "test_handlers.h"
 #include "tvn_cm_omagent.h"
 #include "tvn_msgobj.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_process.h"
+#include "tvn_test_service_files.h"
 
 namespace {
 
 using namespace om_test;
+using namespace tvn_test;
 using nlohmann::json;
 
-constexpr int kToolWaitMs = 20000;
+constexpr std::chrono::milliseconds kToolWait{20000};
 
 struct result {
     int status;
@@ -40,15 +41,15 @@ protected:
     void TearDown() override { tvn_cm_omagent::clear_processors(); }
 
     result run(std::vector<std::string> args, bool with_endpoint = true) {
-        std::vector<std::string> argv{tool_path("tvn_om")};
+        std::vector<std::string> argv{bin_path("tvn_om")};
         argv.insert(argv.end(), args.begin(), args.end());
         if (with_endpoint) {
             argv.push_back("--endpoint");
             argv.push_back(endpoint_);
         }
-        child_process p(argv);
+        process p(argv);
         EXPECT_TRUE(p.started());
-        int status = p.wait(kToolWaitMs);
+        int status = p.wait(kToolWait);
         return {status, p.out(), p.err()};
     }
 
@@ -171,7 +172,7 @@ TEST_F(Tool, NoReplyWithinTheTimeOutExits3) {
 }
 
 TEST_F(Tool, WatchPrintsPublishedNotifications) {
-    child_process watcher({tool_path("tvn_om"), "watch", "--count", "2", "--json", "--timeout", "15000",
+    process watcher({bin_path("tvn_om"), "watch", "--count", "2", "--json", "--timeout", "15000",
                            "--events", events_});
     ASSERT_TRUE(watcher.started());
     void* note = MSGOBJ_Create(1, 4091);
@@ -185,7 +186,7 @@ TEST_F(Tool, WatchPrintsPublishedNotifications) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     MSGOBJ_Destroy(note);
-    ASSERT_EQ(watcher.wait(5000), 0) << watcher.err();
+    ASSERT_EQ(watcher.wait(std::chrono::seconds(5)), 0) << watcher.err();
     std::vector<json> lines;
     size_t start = 0;
     for (size_t nl; (nl = watcher.out().find('\n', start)) != std::string::npos; start = nl + 1)
@@ -196,8 +197,8 @@ TEST_F(Tool, WatchPrintsPublishedNotifications) {
 }
 
 TEST_F(Tool, WatchWithNothingPublishedTimesOutWith3) {
-    child_process watcher({tool_path("tvn_om"), "watch", "--timeout", "200", "--events", events_});
-    EXPECT_EQ(watcher.wait(kToolWaitMs), 3);
+    process watcher({bin_path("tvn_om"), "watch", "--timeout", "200", "--events", events_});
+    EXPECT_EQ(watcher.wait(kToolWait), 3);
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 // Authentication wrapper against a stand-in daemon on a free loopback port.
 #include <gtest/gtest.h>
 
-#include "msg_test_support.h"
 #include "talvane_util.h"
 #include "tvn_auth_api.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

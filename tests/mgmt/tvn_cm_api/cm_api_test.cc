@@ -1,9 +1,9 @@
 // Management service wrapper against a stand-in service on a free port.
 #include <gtest/gtest.h>
 
-#include "msg_test_support.h"
 #include "talvane_util.h"
 #include "tvn_cm_api.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

@@ -10,20 +10,11 @@
 
 #include "dplog.h"
 #include "platform_init.h"
-#include "test_sysroot_guard.h"
 #include "tvn_sysroot.h"
+#include "tvn_test_files.h"
 
-inline std::string read_text(const std::string& path) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec)) return {};
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void write_text(const std::string& path, const std::string& text) {
-    tvn::make_parent_dirs(path);
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
+using tvn_test::read_text;
+using tvn_test::write_text;
 
 class CoreTest : public ::testing::Test {
 protected:
@@ -44,5 +35,5 @@ protected:
     std::string platform_log() const { return read_text(path("/var/log/platform/process_shell.log")); }
 
 private:
-    std::optional<scoped_sysroot> root_;
+    std::optional<tvn_test::scoped_sysroot> root_;
 };

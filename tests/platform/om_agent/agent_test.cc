@@ -11,14 +11,16 @@
 #include <zmq.hpp>
 #include <zmq_addon.hpp>
 
-#include "../../mgmt/tvn_cm/common/om_test_support.h"
 #include "om_agent.pb.h"
 #include "tvn_msgobj.h"
 #include "tvn_om_endpoint.h"
 #include "tvn_om_msg.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_service_files.h"
 
 namespace {
+
+using tvn_test::scoped_env;
 
 constexpr int64_t kWaitMs = 10000;
 

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "test_sysroot_guard.h"
 #include "tvn_log.h"
+#include "tvn_test_files.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ protected:
         for (std::string l; std::getline(in, l);) out.push_back(l);
         return out;
     }
-    scoped_sysroot root_;
+    tvn_test::scoped_sysroot root_;
     std::string path_;
 };
 
@@ -106,7 +106,7 @@ TEST(LogLevel, ConvertToInternal) {
 }
 
 TEST(LogInit, UncreatableDirectoryIsAnErrorNotACrash) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     // A plain file where the directory should go.
     { std::ofstream(root.root() + "/var"); }
     EXPECT_LT(TvnLogInit(666, 6, "/var/log/platform"), 0);
@@ -118,7 +118,7 @@ TEST(LogInit, UncreatableDirectoryIsAnErrorNotACrash) {
 }
 
 TEST(LogInit, ReopenAndCloseAreSafe) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     EXPECT_EQ(TvnLogInit(666, 6, "/var/log/platform"), 0);
     EXPECT_EQ(TvnLogInit(666, 6, "/var/log/platform"), 0);
     EXPECT_TRUE(TvnLogIsOpen());

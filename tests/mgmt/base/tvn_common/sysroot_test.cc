@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "test_sysroot_guard.h"
 #include "tvn_sysroot.h"
+#include "tvn_test_files.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ TEST(Sysroot, PathsAreMappedUnderTheRoot) {
 }
 
 TEST(Sysroot, MakeDirsCreatesParentsAndReportsObstacles) {
-    scoped_sysroot root;
+    tvn_test::scoped_sysroot root;
     std::string deep = tvn::sysroot_path("/a/b/c");
     EXPECT_EQ(tvn::make_dirs(deep), 0);
     struct stat st {};

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "tvn_smart_socket.h"
+#include "tvn_test_wait.h"
 #include "tvn_thread_server.h"
 
 namespace {
@@ -40,10 +41,7 @@ public:
     std::atomic<int> interrupts{0};
 };
 
-bool eventually(const std::function<bool()>& cond) {
-    for (int i = 0; i < 2500 && !cond(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    return cond();
-}
+using tvn_test::eventually;
 
 TEST(ThreadServer, StartTwiceMakesOneThreadAndStopWakesTheRest) {
     napping_job job;

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "msg_test_support.h"
 #include "tvn_msg_zmq_lrubroker.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

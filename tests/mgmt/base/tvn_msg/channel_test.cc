@@ -12,7 +12,7 @@
 #include "tvn_msg_zmq_channel.h"
 #include "tvn_msg_zmq_mchannel.h"
 #include "tvn_msg_zmq_server.h"
-#include "msg_test_support.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

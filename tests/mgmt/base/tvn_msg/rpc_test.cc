@@ -4,13 +4,13 @@
 #include <atomic>
 #include <thread>
 
-#include "msg_test_support.h"
 #include "talvane_cm.pb.h"
 #include "talvane_failover.pb.h"
 #include "talvane_util.h"
 #include "tvn_msg_rpc_client.h"
 #include "tvn_msg_rpc_controller.h"
 #include "tvn_msg_rpc_server.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 using google::protobuf::Closure;

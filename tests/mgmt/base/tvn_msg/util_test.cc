@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "tvn_msg_util.h"
-#include "msg_test_support.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

@@ -1,11 +1,13 @@
 // Default slots of the handler base.
 #include <gtest/gtest.h>
 
-#include "om_test_support.h"
 #include "tvn_cm_ombase.h"
 #include "tvn_msgobj.h"
+#include "tvn_test_service_files.h"
 
 namespace {
+
+using tvn_test::scoped_env;
 
 class probe : public tvn_cm_omcommand<probe> {
 public:

@@ -3,13 +3,15 @@
 
 #include <gtest/gtest.h>
 
-#include "om_test_support.h"
 #include "tvn_cm_util.h"
+#include "tvn_test_service_files.h"
 
 namespace {
 
+using tvn_test::scoped_env;
+
 TEST(OpLog, SystemTenantAndOtherTenantRecords) {
-    om_test::service_files files;
+    tvn_test::service_files files;
     ASSERT_EQ(tvn_send_operation(7, 0x200F40440005ULL, 0, "/fs1/a,0,0,0"), 0);
     ASSERT_EQ(tvn_send_operation(7, 0x200F40440006ULL, 5, "/fs1/a,0,0,0"), 0);
     auto alarms = files.alarms();
@@ -25,7 +27,7 @@ TEST(OpLog, SystemTenantAndOtherTenantRecords) {
 }
 
 TEST(OpLog, ARecordOver255CharactersIsNotSent) {
-    om_test::service_files files;
+    tvn_test::service_files files;
     // "1," + 253 = 255 characters fit; one more does not.
     EXPECT_EQ(tvn_send_operation(1, 11, 0, std::string(253, 'p')), 0);
     EXPECT_NE(tvn_send_operation(1, 12, 0, std::string(254, 'p')), 0);
@@ -42,7 +44,7 @@ TEST(OpLog, ARecordOver255CharactersIsNotSent) {
 }
 
 TEST(OpLog, AFailedAlarmCallIsLogged) {
-    om_test::service_files files;
+    tvn_test::service_files files;
     scoped_env fail("TVN_FAIL_AT", "ALM_SendAlarm");
     EXPECT_NE(tvn_send_operation(3, 99, 0, "x"), 0);
     EXPECT_TRUE(files.alarms().empty());

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "om_test_support.h"
 #include "tvn_cm_util.h"
 #include "tvn_msgobj.h"
+#include "tvn_test_service_files.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ protected:
         MSGOBJ_GetItemType(msg_, 0, item, &t);
         return t;
     }
-    om_test::service_files files_;
+    tvn_test::service_files files_;
     void* msg_ = nullptr;
 };
 

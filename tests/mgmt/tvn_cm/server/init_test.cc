@@ -4,13 +4,14 @@
 #include <gtest/gtest.h>
 #include <zmq.hpp>
 
-#include "om_test_support.h"
 #include "tvn_cm_omagent.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_service_files.h"
 
 namespace {
 
 using namespace om_test;
+using namespace tvn_test;
 
 class Init : public ::testing::Test {
 protected:

@@ -5,13 +5,14 @@
 #include <gtest/gtest.h>
 
 #include "common/tvn_omitf_placeholder.h"
-#include "om_test_support.h"
 #include "test_handlers.h"
 #include "tvn_cm_omagent.h"
+#include "tvn_test_service_files.h"
 
 namespace {
 
 using namespace om_test;
+using namespace tvn_test;
 
 class Table : public ::testing::Test {
 protected:

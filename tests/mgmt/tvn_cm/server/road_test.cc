@@ -7,16 +7,17 @@
 #include <gtest/gtest.h>
 
 #include "om_agent.pb.h"
-#include "om_test_support.h"
 #include "test_handlers.h"
 #include "tvn_cm_omagent.h"
 #include "tvn_om_endpoint.h"
 #include "tvn_om_msg.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_service_files.h"
 
 namespace {
 
 using namespace om_test;
+using namespace tvn_test;
 
 constexpr int64_t kWaitMs = 10000;
 

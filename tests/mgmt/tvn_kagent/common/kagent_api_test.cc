@@ -1,9 +1,9 @@
 // Kernel agent wrapper against a stand-in agent on a free loopback port.
 #include <gtest/gtest.h>
 
-#include "msg_test_support.h"
 #include "talvane_util.h"
 #include "tvn_kagent_api.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

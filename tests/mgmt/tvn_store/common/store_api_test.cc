@@ -1,7 +1,6 @@
 // Store wrappers against a stand-in peer on a free loopback port.
 #include <gtest/gtest.h>
 
-#include "msg_test_support.h"
 #include "talvane_util.h"
 #include "tvn_store_cifs_api.h"
 #include "tvn_store_conf_api.h"
@@ -9,6 +8,7 @@
 #include "tvn_store_nfs_api.h"
 #include "tvn_store_user_mapping_api.h"
 #include "tvn_store_windows_user_api.h"
+#include "tvn_test_fake_daemon.h"
 
 using namespace tvn_test;
 

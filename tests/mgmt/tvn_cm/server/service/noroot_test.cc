@@ -14,18 +14,7 @@
 
 namespace {
 
-// Waits at most 10 s for a child; a child that hangs is killed and reported.
-inline bool wait_child(pid_t pid, int& status) {
-    for (int i = 0; i < 1000; ++i) {
-        pid_t r = ::waitpid(pid, &status, WNOHANG);
-        if (r == pid) return true;
-        if (r < 0) return false;
-        ::usleep(10000);
-    }
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, &status, 0);
-    return false;
-}
+using tvn_test::wait_child;
 
 class NoRootTest : public ServiceTest {
 protected:

@@ -16,32 +16,15 @@
 #include <gtest/gtest.h>
 
 #include "dplog.h"
-#include "test_sysroot_guard.h"
 #include "tvn_log.h"
 #include "tvn_sysroot.h"
+#include "tvn_test_files.h"
+#include "tvn_test_process.h"
+#include "tvn_test_wait.h"
 
-inline std::string read_text(const std::string& path) {
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec)) return {};
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-inline void write_text(const std::string& path, const std::string& text) {
-    tvn::make_parent_dirs(path);
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
-
-// Polls `cond` every 10 ms for at most `limit`.
-inline bool eventually(const std::function<bool()>& cond,
-                       std::chrono::milliseconds limit = std::chrono::milliseconds(10000)) {
-    auto end = std::chrono::steady_clock::now() + limit;
-    while (!cond()) {
-        if (std::chrono::steady_clock::now() >= end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return true;
-}
+using tvn_test::eventually;
+using tvn_test::read_text;
+using tvn_test::write_text;
 
 class counting_closure : public google::protobuf::Closure {
 public:
@@ -79,5 +62,28 @@ protected:
     bool logged(const std::string& text) const { return service_log().find(text) != std::string::npos; }
 
 private:
-    std::optional<scoped_sysroot> root_;
+    std::optional<tvn_test::scoped_sysroot> root_;
+};
+
+// The real tvn_cm under a given system root with a clean TVN_* environment,
+// standard output and error kept in files of that root.
+class cm_process : public tvn_test::process {
+public:
+    cm_process(const std::string& root, std::vector<std::string> args, tvn_test::env_list env = {})
+        : process(argv(std::move(args)), options(root, std::move(env))) {}
+
+private:
+    static std::vector<std::string> argv(std::vector<std::string> args) {
+        args.insert(args.begin(), tvn_test::bin_path("tvn_cm"));
+        return args;
+    }
+    static tvn_test::spawn_options options(const std::string& root, tvn_test::env_list env) {
+        static int serial = 0;
+        ++serial;
+        env.insert(env.begin(), {"TVN_SYSROOT", root});
+        return {.env = std::move(env),
+                .clean_tvn_env = true,
+                .out_file = root + "/stdout." + std::to_string(serial),
+                .err_file = root + "/stderr." + std::to_string(serial)};
+    }
 };

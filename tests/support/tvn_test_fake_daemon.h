@@ -1,19 +1,17 @@
 #pragma once
-// Shared pieces of the messaging tests: free loopback ports, a log file to
-// look into, a fake monotonic clock, a REP peer under the test's control,
-// and an RPC server running on a thread of its own.
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+// Stand-ins for a peer daemon in messaging and client tests: a REP/ROUTER
+// peer under the test's control, an RPC server on a thread of its own, frame
+// builders, records with their required fields filled, the service log of
+// a temporary system root and a monotonic clock the test moves.
 #include <zmq.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstring>
-#include <fstream>
 #include <functional>
+#include <initializer_list>
+#include <memory>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,34 +19,18 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
-#include <initializer_list>
-#include <memory>
-
 #include "talvane_util.h"
-#include "test_sysroot_guard.h"
 #include "tvn_log.h"
 #include "tvn_msg_rpc_server.h"
 #include "tvn_msg_util.h"
+#include "tvn_test_files.h"
+#include "tvn_test_net.h"
+#include "tvn_test_wait.h"
 #include "tvn_time.h"
 
 namespace tvn_test {
 
-// A loopback port nobody listens on right now (the kernel's pick).
-inline int free_port() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    sa.sin_port = 0;
-    ::bind(fd, reinterpret_cast<sockaddr*>(&sa), sizeof(sa));
-    socklen_t len = sizeof(sa);
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&sa), &len);
-    ::close(fd);
-    return ntohs(sa.sin_port);
-}
-
 inline tvn_msg_addr loopback(int port) { return tvn_msg_addr(TVN_MSG_ADDR_TCP, "127.0.0.1", port); }
-inline std::string tcp_endpoint(int port) { return "tcp://127.0.0.1:" + std::to_string(port); }
 
 // The service log written into a temporary system root for one test.
 class scoped_log {
@@ -58,22 +40,13 @@ public:
         path_ = root_.root() + "/var/log/platform/msg_test.log";
     }
     ~scoped_log() { TvnLogFini(); }
-    std::string text() const {
-        std::ifstream in(path_);
-        std::stringstream ss;
-        ss << in.rdbuf();
-        return ss.str();
-    }
+    std::string text() const { return read_text(path_); }
     bool contains(const std::string& needle) const {
         return text().find(needle) != std::string::npos;
     }
     // Waits (bounded) until the log shows a text.
     bool wait_for(const std::string& needle, int ms = 5000) const {
-        for (int waited = 0; waited < ms; waited += 5) {
-            if (contains(needle)) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        }
-        return contains(needle);
+        return eventually([&] { return contains(needle); }, std::chrono::milliseconds(ms));
     }
 
 private:
@@ -102,15 +75,6 @@ private:
         return rc;
     }
 };
-
-// Polls a condition for up to ms milliseconds.
-inline bool eventually(const std::function<bool()>& cond, int ms = 5000) {
-    for (int waited = 0; waited < ms; waited += 2) {
-        if (cond()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return cond();
-}
 
 inline TVN_MSG make_msg(uint32_t id, const std::string& payload) {
     TVN_MSG m;
