@@ -8,7 +8,8 @@
 # [<inputs>]]" (the seed folder is relative to the repository; the corpus
 # itself is a fresh temporary folder each run; <inputs> overrides
 # TVN_FUZZ_RUNS for that target). A target is defined in its owner's
-# CMakeLists.txt under if(TVN_FUZZ AND CMAKE_CXX_COMPILER_ID MATCHES "Clang").
+# CMakeLists.txt under if(TVN_FUZZ); the option refuses any compiler but
+# clang.
 #
 # TVN_FUZZ_RUNS (default 20000) bounds the inputs per target,
 # TVN_FUZZ_BUILD (default build-fuzz) is the build folder.
