@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <mutex>
 #include <thread>
 
 #include <fcntl.h>
@@ -163,34 +164,69 @@ int32_t InitDependComponent() {
 
 namespace {
 
-int g_stop_pipe[2] = {-1, -1};
+// The handler touches nothing but these atomics and write(2); they must not
+// hide a lock.
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+
+// A stop was asked for in this cycle; kept so that a stop that comes before
+// the server is up still ends the start-up.
+std::atomic<bool> g_stop_asked{false};
+// Write end the handler may use; -1 once teardown has taken it back.
+std::atomic<int> g_stop_wfd{-1};
+// Handlers between reading g_stop_wfd and finishing their write.
+std::atomic<int> g_stop_writers{0};
+
+int g_stop_pipe[2] = {-1, -1};  // owned by install/remove
 std::thread g_stop_watcher;
+
+// The server the watcher may stop: published only once start_listening has
+// returned, so a stop never meets the server half made.
+std::mutex g_serve_mutex;
+tvn_cm_server* g_served = nullptr;
+
 constexpr char kStopByte = 1;
 constexpr char kQuitByte = 0;
 
 void stop_signal_handler(int sig) {
-    // SIGABRT from outside is caught and ignored. Only a write to the pipe
-    // here: everything else is the watcher's.
+    // SIGABRT from outside is caught and ignored.
     if (sig != SIGINT && sig != SIGTERM) return;
     int saved = errno;
-    char b = kStopByte;
-    (void)!::write(g_stop_pipe[1], &b, 1);
+    g_stop_asked.store(true);
+    // Counted before the descriptor is read: teardown takes the descriptor
+    // first and then waits for the count to drain, so it never closes a pipe
+    // a handler is about to write to.
+    g_stop_writers.fetch_add(1);
+    int fd = g_stop_wfd.load();
+    if (fd >= 0) {
+        char b = kStopByte;
+        (void)!::write(fd, &b, 1);
+    }
+    g_stop_writers.fetch_sub(1);
     errno = saved;
 }
 
 void stop_watcher() {
+    bool stopped = false;
     for (;;) {
         char b = kQuitByte;
         ssize_t n = ::read(g_stop_pipe[0], &b, 1);
         if (n < 0 && errno == EINTR) continue;
         if (n <= 0 || b == kQuitByte) return;
+        tvn_cm_server* server = nullptr;
+        {
+            std::lock_guard<std::mutex> lock(g_serve_mutex);
+            server = g_served;
+        }
+        // Not serving yet: start-up sees g_stop_asked before it starts. Once
+        // serving has ended, later stops have nothing left to stop.
+        if (server == nullptr || stopped) continue;
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Stop signal received, stop the cm rpc server.");
-        tvn_cm_server& server = tvn_cm_server::instance();
-        // A stop that lands while the server is still binding is not seen
-        // by it; ask again until serving has ended.
+        // The server keeps a stop that lands before it binds; asking again
+        // costs nothing and does not rely on it.
         do {
-            (void)server.stop_listening();
-        } while (!server.wait_listening_for(std::chrono::milliseconds(100)));
+            (void)server->stop_listening();
+        } while (!server->wait_listening_for(std::chrono::milliseconds(100)));
+        stopped = true;
     }
 }
 
@@ -210,6 +246,8 @@ int32_t tvn_cm_install_stop_handler() {
         g_stop_pipe[0] = g_stop_pipe[1] = -1;
         return -11;
     }
+    g_stop_asked.store(false);
+    g_stop_wfd.store(g_stop_pipe[1]);
     struct sigaction sa {};
     sa.sa_handler = stop_signal_handler;
     sigemptyset(&sa.sa_mask);
@@ -218,17 +256,40 @@ int32_t tvn_cm_install_stop_handler() {
     return 0;
 }
 
+int32_t tvn_cm_start_serving(tvn_cm_server& server) {
+    std::lock_guard<std::mutex> lock(g_serve_mutex);
+    if (g_stop_asked.load()) return 1;
+    int32_t rc = server.start_listening();
+    if (rc == 0) g_served = &server;
+    return rc;
+}
+
 void tvn_cm_remove_stop_handler() {
     if (g_stop_pipe[0] < 0) return;
-    struct sigaction sa {};
-    sa.sa_handler = SIG_DFL;
-    sigemptyset(&sa.sa_mask);
-    for (int sig : {SIGINT, SIGTERM, SIGABRT}) (void)::sigaction(sig, &sa, nullptr);
+    {
+        std::lock_guard<std::mutex> lock(g_serve_mutex);
+        g_served = nullptr;
+    }
+    // The handler stays installed: a signal during teardown asks for what is
+    // already happening, and the default action would cut the teardown short.
+    g_stop_wfd.store(-1);
+    bool drained = false;
+    for (int i = 0; i < 1000 && !(drained = g_stop_writers.load() == 0); ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     char b = kQuitByte;
-    (void)!::write(g_stop_pipe[1], &b, 1);
+    // The write end never blocks; a pipe full of stop bytes empties as the
+    // watcher reads them.
+    for (int i = 0; i < 1000 && ::write(g_stop_pipe[1], &b, 1) != 1; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     if (g_stop_watcher.joinable()) g_stop_watcher.join();
-    ::close(g_stop_pipe[0]);
-    ::close(g_stop_pipe[1]);
+    if (!drained) {
+        // A handler stuck mid-write keeps the pipe: two descriptors lost
+        // rather than a write to whatever reuses their numbers.
+        TVN_CM_EARLY_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, -1, "Stop pipe still in use, left open.");
+    } else {
+        ::close(g_stop_pipe[0]);
+        ::close(g_stop_pipe[1]);
+    }
     g_stop_pipe[0] = g_stop_pipe[1] = -1;
 }
 
@@ -291,9 +352,12 @@ int32_t run_service() {
 
     // 9. Serve until stopped.
     tvn_cm_server& server = tvn_cm_server::instance();
-    if (handler && server.start_listening() == 0) {
+    int32_t serving = handler ? tvn_cm_start_serving(server) : -1;
+    if (serving == 0) {
         server.wait_listening();
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "cm exe start the rpc server success");
+    } else if (serving == 1) {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "Stop asked before the cm rpc server started.");
     }
 
     // 10. Teardown, in reverse.

@@ -25,9 +25,14 @@ bool TvnGetSupportNasFlag();
 
 // The stop handler: SIGINT and SIGTERM stop the RPC server, SIGABRT is
 // ignored. The handler itself only writes to a pipe; a watcher thread does
-// the stopping.
+// the stopping. After remove the handler stays in place but does nothing.
 int32_t tvn_cm_install_stop_handler();
 void tvn_cm_remove_stop_handler();
+// Starts the server unless a stop has been asked for since install; from
+// then on a stop reaches it. 0 serving has begun; 1 a stop came first and
+// nothing was started; otherwise start_listening's code.
+class tvn_cm_server;
+int32_t tvn_cm_start_serving(tvn_cm_server& server);
 
 // Log module of the service in the platform log.
 constexpr uint32_t TVN_CM_LOG_MODULE = 666;
