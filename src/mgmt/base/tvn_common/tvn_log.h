@@ -73,7 +73,27 @@ constexpr const char* file_base_name(const char* path) {
     return base;
 }
 
+// A call site handed to a shared helper, so that the helper's lines name the
+// caller's file, function and line and count against the caller's own rate
+// limit. Without this, every command that uses one helper would share the
+// helper's single budget of 3 lines a minute. TVN_HERE makes one: it expands
+// to a lambda with its own static counters, so each place TVN_HERE is written
+// (and, in a template, each instantiation) is a site of its own.
+struct log_here {
+    log_site* site;
+    const char* file;
+    const char* function;
+    int line;
+};
+
 }  // namespace tvn
+
+#define TVN_HERE                                                                                \
+    (::tvn::log_here{[]() -> ::tvn::log_site* {                                               \
+                         static ::tvn::log_site tvn_here_site_;                                 \
+                         return &tvn_here_site_;                                                \
+                     }(),                                                                       \
+                     ::tvn::file_base_name(__FILE__), __func__, __LINE__})
 
 #define TVN_LOG(module_name, level, err_code, ...)                                          \
     do {                                                                                    \
@@ -85,6 +105,18 @@ constexpr const char* file_base_name(const char* path) {
                 TvnLogPrint(module_name, level, err_code, tvn_log_file_, __func__, __LINE__, \
                             __VA_ARGS__);                                                   \
         }                                                                                   \
+    } while (0)
+
+// TVN_LOG at a site handed in by the caller (a tvn::log_here).
+#define TVN_LOG_AT(here, module_name, level, err_code, ...)                                      \
+    do {                                                                                         \
+        if (TvnLogLevelEnabled(level)) {                                                         \
+            const ::tvn::log_here& tvn_log_here_ = (here);                                       \
+            if (tvn_log_here_.site->admit(module_name, level, err_code, tvn_log_here_.file,      \
+                                          tvn_log_here_.function, tvn_log_here_.line))           \
+                TvnLogPrint(module_name, level, err_code, tvn_log_here_.file,                    \
+                            tvn_log_here_.function, tvn_log_here_.line, __VA_ARGS__);            \
+        }                                                                                        \
     } while (0)
 
 #define TVN_LOG_ERR(module_name, err_code, ...) TVN_LOG(module_name, TVN_LOG_ERROR, err_code, __VA_ARGS__)

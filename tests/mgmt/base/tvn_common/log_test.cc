@@ -16,7 +16,11 @@ uint64_t fake_clock() { return g_now; }
 class LogTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        g_now = 1000;
+        // Call sites keep their counters from test to test: each test starts
+        // in a window of its own.
+        static uint64_t start = 0;
+        start += 1000;
+        g_now = start;
         tvn::set_log_clock(&fake_clock);
         ASSERT_EQ(TvnLogInit(666, 6, "/var/log/platform"), 0);
         path_ = root_.root() + "/var/log/platform/tvn_cm.log";
@@ -43,6 +47,13 @@ void log_from_other_site(int n) {
     TVN_LOG(TVN_LOG_MODULE_MSG, TVN_LOG_INFO, 0, "site B message %d", n);
 }
 
+// A helper many commands share: its line belongs to the caller's site.
+void shared_helper(const tvn::log_here& here, const char* who) {
+    TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, -22, "shared helper for %s", who);
+}
+void command_one() { shared_helper(TVN_HERE, "one"); }
+void command_two() { shared_helper(TVN_HERE, "two"); }
+
 size_t count_containing(const std::vector<std::string>& ls, const std::string& needle) {
     size_t n = 0;
     for (auto& l : ls) n += l.find(needle) != std::string::npos;
@@ -66,14 +77,15 @@ TEST_F(LogTest, LineCarriesModuleFileFunctionLineTextAndCode) {
 TEST_F(LogTest, RateLimitIsPerCallSiteAndReportsSuppressedCountInNextWindow) {
     for (int i = 0; i < 5; ++i) log_from_one_site(i);
     for (int i = 0; i < 2; ++i) log_from_other_site(i);
-    g_now = 1059;  // same window
+    const uint64_t start = g_now;
+    g_now = start + 59;  // same window
     log_from_one_site(5);
     auto ls = lines();
     EXPECT_EQ(count_containing(ls, "site A message"), 3u);
     EXPECT_EQ(count_containing(ls, "site B message"), 2u);
     EXPECT_EQ(count_containing(ls, "messages suppressed"), 0u);
 
-    g_now = 1060;  // a new window opens: report first, then the message
+    g_now = start + 60;  // a new window opens: report first, then the message
     log_from_one_site(6);
     ls = lines();
     ASSERT_GE(ls.size(), 2u);
@@ -82,7 +94,7 @@ TEST_F(LogTest, RateLimitIsPerCallSiteAndReportsSuppressedCountInNextWindow) {
     EXPECT_NE(ls.back().find("site A message 6"), std::string::npos);
 
     // A window in which nothing was suppressed reports nothing.
-    g_now = 1200;
+    g_now = start + 200;
     log_from_one_site(7);
     EXPECT_EQ(count_containing(lines(), "messages suppressed"), 1u);
 }
@@ -125,6 +137,25 @@ TEST(LogInit, ReopenAndCloseAreSafe) {
     TvnLogFini();
     TvnLogFini();
     EXPECT_FALSE(TvnLogIsOpen());
+}
+
+TEST_F(LogTest, ASharedHelperCountsAgainstEachCallersOwnSite) {
+    // One busy command must not silence another that uses the same helper.
+    for (int i = 0; i < 5; ++i) command_one();
+    for (int i = 0; i < 5; ++i) command_two();
+    auto ls = lines();
+    EXPECT_EQ(count_containing(ls, "shared helper for one"), 3u);
+    EXPECT_EQ(count_containing(ls, "shared helper for two"), 3u);
+    // The line names the caller, not the helper.
+    for (const auto& l : ls) {
+        EXPECT_NE(l.find("command_"), std::string::npos) << l;
+        EXPECT_EQ(l.find("shared_helper"), std::string::npos) << l;
+    }
+    g_now += 60;
+    command_one();
+    ls = lines();
+    EXPECT_EQ(count_containing(ls, "2 messages suppressed."), 1u);
+    EXPECT_EQ(count_containing(ls, "shared helper for one"), 4u);
 }
 
 }  // namespace
