@@ -74,23 +74,21 @@ void tvn_msg_run_worker(zmq::context_t& ctx, const std::string& backend, tvn_msg
         // The request is read in place; its frame outlives the deal.
         TVN_MSG request;
         tvn_msg_util::zmsg_view_cmsg(frame, request);
-        TVN_MSG reply;
-        reply.id = request.id;
+        tvn_msg_scoped reply;
+        reply->id = request.id;
         if (deal == nullptr) {
             TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN, "%s", Role::deal_null);
             rc = TVN_MSG_ERR_NO_DEAL_FUN;
         } else {
-            rc = deal(deal_context, request, reply);
+            rc = deal(deal_context, request, reply.get());
         }
         if (rc != 0) {
             TVN_MSG_LOG_ERR(rc, Role::deal_failed, rc);
-            tvn_msg_free(reply);
             // No reply: the socket still owes one, so it is replaced.
             socket.close();
             continue;
         }
-        if (!Role::answer(socket, envelope, reply)) socket.close();
-        tvn_msg_free(reply);
+        if (!Role::answer(socket, envelope, reply.get())) socket.close();
     }
 }
 

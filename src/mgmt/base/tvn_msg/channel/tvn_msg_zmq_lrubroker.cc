@@ -119,7 +119,7 @@ int32_t tvn_msg_zmq_lrubroker::bind(const tvn_msg_addr& addr) {
     addr_ = addr;
     if (worker_num_ < 1) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_WORKER_NUM,
-                    "the msg server start failed,the worker num (%d) is invalid.", worker_num_);
+                        "the msg server start failed,the worker num (%d) is invalid.", worker_num_);
         return TVN_MSG_ERR_WORKER_NUM;
     }
     if (addr_.get_type() == TVN_MSG_ADDR_NOT_SET) {
@@ -132,7 +132,7 @@ int32_t tvn_msg_zmq_lrubroker::bind(const tvn_msg_addr& addr) {
     }
     if (deal_ == nullptr) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN,
-                    "the msg server start failed,the messge deal function not set.");
+                        "the msg server start failed,the messge deal function not set.");
         return TVN_MSG_ERR_NO_DEAL_FUN;
     }
     const std::string backend = backend_endpoint_;

@@ -64,7 +64,7 @@ int32_t tvn_msg_zmq_mchannel::open() {
         server_.reset(new (std::nothrow) tvn_msg_zmq_server());
         if (!server_) {
             TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM,
-                        "the msg channel open failed,malloc the worker server failed.");
+                            "the msg channel open failed,malloc the worker server failed.");
             return TVN_MSG_ERR_NOMEM;
         }
         server_->set_worker_num(static_cast<int>(worker_num_));
@@ -82,7 +82,7 @@ int32_t tvn_msg_zmq_mchannel::open() {
     }
     if (start_thread_server() <= 0) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_THREAD_START,
-                    "the msg channel open failed,start worker thread server failed.");
+                        "the msg channel open failed,start worker thread server failed.");
         server_->stop();
         return TVN_MSG_ERR_THREAD_START;
     }

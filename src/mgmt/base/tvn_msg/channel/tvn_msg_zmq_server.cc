@@ -99,12 +99,12 @@ int32_t tvn_msg_zmq_server::bind(const tvn_msg_addr& addr) {
     addr_ = addr;
     if (worker_num_ < 1) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_WORKER_NUM,
-                    "The msg server start failed, the worker num (%d) is invalid.", worker_num_);
+                        "The msg server start failed, the worker num (%d) is invalid.", worker_num_);
         return TVN_MSG_ERR_WORKER_NUM;
     }
     if (deal_ == nullptr) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_DEAL_FUN,
-                    "The msg server start failed,the messge deal function not set.");
+                        "The msg server start failed,the messge deal function not set.");
         return TVN_MSG_ERR_NO_DEAL_FUN;
     }
     if (addr_.get_type() == TVN_MSG_ADDR_NOT_SET) {

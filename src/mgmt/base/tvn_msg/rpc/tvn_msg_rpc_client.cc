@@ -71,15 +71,15 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
     const char* name = method != nullptr ? method->full_name().c_str() : "";
     if (rpc_controller == nullptr) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTROLLER,
-                    "the rpc client call method (%s) failed, get the rpc controller failed.", name);
+                        "the rpc client call method (%s) failed, get the rpc controller failed.", name);
         last_error_ = TVN_MSG_ERR_NO_CONTROLLER;
         return;
     }
     auto* controller = dynamic_cast<tvn_msg_rpc_controller*>(rpc_controller);
     if (controller == nullptr || method == nullptr || request == nullptr || response == nullptr) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTROLLER,
-                    "the rpc client call method (%s) failed, the rpc controller type is error.",
-                    name);
+                        "the rpc client call method (%s) failed, the rpc controller type is error.",
+                        name);
         rpc_controller->SetFailed("the rpc contrl is error.");
         last_error_ = TVN_MSG_ERR_NO_CONTROLLER;
         return;
@@ -93,13 +93,14 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
             fail(controller, "the rpc client not open.", TVN_MSG_ERR_NOT_OPEN);
             last_error_ = TVN_MSG_ERR_NOT_OPEN;
             TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOT_OPEN,
-                        "the rpc client call method (%s) failed, the rpc is not open.", name);
+                            "the rpc client call method (%s) failed, the rpc is not open.", name);
             return;
         }
         channel = channel_.get();
     }
 
-    TVN_MSG req;
+    tvn_msg_scoped request_msg;
+    TVN_MSG& req = request_msg.get();
     req.id = talvane_util::method_id(method->full_name());
     const std::size_t size = request->ByteSizeLong();
     // A request missing required fields would only be refused by the server,
@@ -108,7 +109,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         fail(controller, "error request format.", TVN_MSG_ERR_REQUEST_FORMAT);
         last_error_ = TVN_MSG_ERR_REQUEST_FORMAT;
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
-                    "the rpc client call method (%s) failed, serialize request failed.", name);
+                        "the rpc client call method (%s) failed, serialize request failed.", name);
         return;
     }
     req.len = static_cast<uint32_t>(size);
@@ -118,32 +119,29 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
             fail(controller, "malloc buf failed.", TVN_MSG_ERR_NOMEM);
             last_error_ = TVN_MSG_ERR_NOMEM;
             TVN_MSG_LOG_ERR(TVN_MSG_ERR_NOMEM,
-                        "the rpc client call method (%s) failed, decode request failed.", name);
+                            "the rpc client call method (%s) failed, decode request failed.", name);
             return;
         }
         if (!request->SerializeToArray(req.data, static_cast<int>(req.len))) {
-            tvn_msg_free(req);
             fail(controller, "error request format.", TVN_MSG_ERR_REQUEST_FORMAT);
             last_error_ = TVN_MSG_ERR_REQUEST_FORMAT;
             TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
-                        "the rpc client call method (%s) failed, serialize request failed.", name);
+                            "the rpc client call method (%s) failed, serialize request failed.", name);
             return;
         }
     }
     if (channel == nullptr) {
-        tvn_msg_free(req);
         fail(controller, "comm channel is null.", TVN_MSG_ERR_NO_CHANNEL);
         last_error_ = TVN_MSG_ERR_NO_CHANNEL;
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CHANNEL,
-                    "the rpc client call method (%s) failed, the comm channel is null.", name);
+                        "the rpc client call method (%s) failed, the comm channel is null.", name);
         return;
     }
 
-    TVN_MSG rsp;
+    tvn_msg_scoped reply_msg;
+    TVN_MSG& rsp = reply_msg.get();
     int32_t rc = channel->request(req, rsp, controller->GetTimeout());
-    tvn_msg_free(req);
     if (rc != 0) {
-        tvn_msg_free(rsp);
         fail(controller, "remote request failed.", rc);
         last_error_ = rc;
         TVN_MSG_LOG_ERR(rc, "the rpc client call method (%s) failed, remote request failed.", name);
@@ -156,7 +154,7 @@ void tvn_msg_rpc_client::CallMethod(const google::protobuf::MethodDescriptor* me
         fail(controller, "error response format.", TVN_MSG_ERR_RESPONSE_FORMAT);
         last_error_ = TVN_MSG_ERR_RESPONSE_FORMAT;
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_RESPONSE_FORMAT,
-                    "the rpc client call method (%s) failed, parse the response failed.", name);
+                        "the rpc client call method (%s) failed, parse the response failed.", name);
     }
     tvn_msg_free(rsp);
 }

@@ -21,7 +21,7 @@ tvn_msg_rpc_server::~tvn_msg_rpc_server() {
 int32_t tvn_msg_rpc_server::init(int worker_num) {
     if (worker_num < 1) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_NO_CONTEXT, "the rpc server init failed, the work num(%d) is invalid.",
-                    worker_num);
+                        worker_num);
         return TVN_MSG_ERR_NO_CONTEXT;
     }
     if (!server_) {
@@ -119,8 +119,8 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
         auto it = self->methods_.find(request.id);
         if (it == self->methods_.end()) {
             TVN_MSG_LOG_ERR(TVN_MSG_ERR_UNKNOWN_METHOD,
-                        "rpc server msg worker failed, the msg id(%d) is invalid.",
-                        static_cast<int>(request.id));
+                            "rpc server msg worker failed, the msg id(%d) is invalid.",
+                            static_cast<int>(request.id));
             return TVN_MSG_ERR_UNKNOWN_METHOD;
         }
         record = it->second;
@@ -129,17 +129,17 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     std::unique_ptr<google::protobuf::Message> req(record.request_proto->New());
     if (!req) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
-                    "rpc server msg worker failed, msg id(%d) request parse failed, the method "
-                    "name is (%s).",
-                    static_cast<int>(request.id), name);
+                        "rpc server msg worker failed, msg id(%d) request parse failed, the method "
+                        "name is (%s).",
+                        static_cast<int>(request.id), name);
         return TVN_MSG_ERR_REQUEST_FORMAT;
     }
     std::unique_ptr<google::protobuf::Message> rsp(record.response_proto->New());
     if (!rsp) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
-                    "rpc server msg worker failed, msg id(%d) request parse failed, method name "
-                    "is (%s).",
-                    static_cast<int>(request.id), name);
+                        "rpc server msg worker failed, msg id(%d) request parse failed, method name "
+                        "is (%s).",
+                        static_cast<int>(request.id), name);
         return TVN_MSG_ERR_REQUEST_FORMAT;
     }
     // Parsed partially and checked after, so a malformed request is only our
@@ -148,9 +148,9 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
         !req->ParsePartialFromArray(request.data, static_cast<int>(request.len)) ||
         !req->IsInitialized()) {
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_REQUEST_FORMAT,
-                    "rpc server msg worker failed, msg id(%d) request parse failed, the method "
-                    "name is (%s).",
-                    static_cast<int>(request.id), name);
+                        "rpc server msg worker failed, msg id(%d) request parse failed, the method "
+                        "name is (%s).",
+                        static_cast<int>(request.id), name);
         return TVN_MSG_ERR_REQUEST_FORMAT;
     }
 
@@ -159,9 +159,9 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     record.service->CallMethod(record.method, &controller, req.get(), rsp.get(), &closure);
     if (controller.Failed()) {
         TVN_MSG_LOG_ERR(controller.GetErrno(),
-                    "rpc server msg worker failed, msg id(%d) request deal inter errror(%d), "
-                    "method name is (%s).",
-                    static_cast<int>(request.id), controller.GetErrno(), name);
+                        "rpc server msg worker failed, msg id(%d) request deal inter errror(%d), "
+                        "method name is (%s).",
+                        static_cast<int>(request.id), controller.GetErrno(), name);
         return controller.GetErrno();
     }
 
@@ -177,9 +177,9 @@ int tvn_msg_rpc_server::msg_worker(void* context, const TVN_MSG& request, TVN_MS
     if (size != 0 && !rsp->SerializeToArray(reply.data, static_cast<int>(size))) {
         tvn_msg_free(reply);
         TVN_MSG_LOG_ERR(TVN_MSG_ERR_RESPONSE_FORMAT,
-                    "rpc server msg worker failed, msg id(%d) response serialize failed, method "
-                    "name is (%s).",
-                    static_cast<int>(request.id), name);
+                        "rpc server msg worker failed, msg id(%d) response serialize failed, method "
+                        "name is (%s).",
+                        static_cast<int>(request.id), name);
         return TVN_MSG_ERR_RESPONSE_FORMAT;
     }
     return 0;

@@ -57,6 +57,21 @@ inline void tvn_msg_free(TVN_MSG& msg) {
     msg.len = 0;
 }
 
+// Owns a message's payload for one scope, so that every way out frees it.
+class tvn_msg_scoped {
+public:
+    tvn_msg_scoped() = default;
+    ~tvn_msg_scoped() { tvn_msg_free(msg_); }
+    tvn_msg_scoped(const tvn_msg_scoped&) = delete;
+    tvn_msg_scoped& operator=(const tvn_msg_scoped&) = delete;
+
+    TVN_MSG& get() { return msg_; }
+    TVN_MSG* operator->() { return &msg_; }
+
+private:
+    TVN_MSG msg_;
+};
+
 enum _TVN_MSG_ADDR_TYPE : int32_t {
     TVN_MSG_ADDR_TCP = 0,
     TVN_MSG_ADDR_IPC = 1,
