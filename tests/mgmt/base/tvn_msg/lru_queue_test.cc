@@ -1,6 +1,8 @@
 // The broker's worker and request bookkeeping, without sockets.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstring>
 #include <string>
 #include <vector>
 
