@@ -1,4 +1,5 @@
 #include <csignal>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -191,6 +192,43 @@ TEST_F(PlatformTest, CertificateRunFoldersMustBePlainAbsolutePaths) {
     EXPECT_EQ(SA_DelCertFiles(7, "0", "/run"), SA_CERT_BAD_ARG);
     EXPECT_EQ(tvn::sa_cert_dir(3, 9), path("/KSD/conf/tvn_cm/cert/ftps/9"));
     EXPECT_EQ(tvn::sa_cert_dir(0, 9), "");
+}
+
+// A peer names the run folder, and whoever can write below /run can plant
+// links there: a copy replaces a link under its name instead of writing
+// through it, a linked folder on the way is refused, and nothing lands
+// outside /run.
+TEST_F(PlatformTest, CertificateCopiesNeverFollowPlantedLinks) {
+    const std::string set = tvn::sa_cert_dir(1, 0);
+    write_text(set + "/server.key", "KEY");
+    write_text(set + "/server.crt", "CRT");
+    write_text(set + "/ca.crt", "CA");
+    const std::string victim = path("/victim");
+    const std::string elsewhere = path("/elsewhere");
+    write_text(victim, "precious");
+    write_text(elsewhere + "/https_0.key", "theirs");
+    ASSERT_EQ(::mkdir(path("/run").c_str(), 0755), 0);
+    ASSERT_EQ(::mkdir(path("/run/certs").c_str(), 0700), 0);
+    ASSERT_EQ(::symlink(victim.c_str(), path("/run/certs/https_0.key").c_str()), 0);
+    ASSERT_EQ(::symlink(elsewhere.c_str(), path("/run/linked").c_str()), 0);
+
+    sa_cert_files files;
+    ASSERT_EQ(SA_GetCertFiles(1, 0, 0, "/run/certs", &files), SA_CERT_OK);
+    EXPECT_EQ(read_text(victim), "precious");
+    struct stat st {};
+    ASSERT_EQ(::lstat(path("/run/certs/https_0.key").c_str(), &st), 0);
+    EXPECT_TRUE(S_ISREG(st.st_mode));
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+    EXPECT_EQ(read_text(path("/run/certs/https_0.key")), "KEY");
+
+    EXPECT_LT(SA_GetCertFiles(1, 0, 0, "/run/linked", &files), 0);
+    EXPECT_LT(SA_GetCertFiles(1, 0, 0, "/run/linked/deeper", &files), 0);
+    EXPECT_EQ(SA_GetCertFiles(1, 0, 0, "/tmp/certs", &files), SA_CERT_BAD_ARG);
+    EXPECT_EQ(SA_GetCertFiles(1, 0, 0, "/run/ce\nrts", &files), SA_CERT_BAD_ARG);
+    EXPECT_LT(SA_DelCertFiles(1, "0", "/run/linked"), 0);
+    EXPECT_EQ(read_text(elsewhere + "/https_0.key"), "theirs") << "deleted or written through the folder link";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(elsewhere), {}), 1);
+    EXPECT_FALSE(std::filesystem::exists(path("/tmp/certs")));
 }
 
 }  // namespace
