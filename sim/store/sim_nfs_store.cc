@@ -288,12 +288,18 @@ int32_t nfs_store::add_share(const tvn_nfs_add_share_req& req, uint64_t& share_i
     const std::string alias = req.alias().empty() ? req.path() : req.alias();
     sim_txn tx(db_);
     if (!tx.ok()) return io_failure(db_, "beginning", desc);
-    sim_stmt fs = db_.prepare("SELECT 1 FROM filesystem WHERE fsid = ?");
+    sim_stmt fs = db_.prepare("SELECT tenant_id FROM filesystem WHERE fsid = ?");
     if (!fs) return io_failure(db_, "looking the file system up", desc);
     fs.bind(1, req.fsid());
     if (fs.step() != SQLITE_ROW) {
         desc = fmt::format("file system {} does not exist", req.fsid());
         return SIM_ERR_NOT_FOUND;
+    }
+    // A tenant's shares live on its own file systems only; anything else
+    // would hand one tenant's data to another's clients.
+    if (fs.u64(0) != req.tenant_id()) {
+        desc = fmt::format("file system {} does not belong to tenant {}", req.fsid(), req.tenant_id());
+        return SIM_ERR_ACCESS;
     }
     sim_stmt dup = db_.prepare(
         "SELECT share_id, path = ?2 FROM nfs_share WHERE tenant_id = ?1 AND (path = ?2 OR alias = ?3)");

@@ -11,6 +11,7 @@ enum sim_result : int32_t {
     SIM_ERR_NOT_FOUND = -2,       // no such record
     SIM_ERR_IO = -5,              // the database failed; nothing was changed
     SIM_ERR_NOMEM = -6,
+    SIM_ERR_ACCESS = -13,         // the record belongs to another tenant
     SIM_ERR_BUSY = -16,           // another operation on the same object runs
     SIM_ERR_EXIST = -17,          // duplicate (same tenant and path, name, ...)
     SIM_ERR_INVALID = -22,        // a field of the request is not acceptable

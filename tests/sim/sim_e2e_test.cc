@@ -142,7 +142,10 @@ TEST_F(sim_e2e, IdentifiersAndDuplicates) {
         int32_t result;
     } cases[] = {
         {"duplicate path", add_req("/fs1/a"), -17},
-        {"same path, other tenant", add_req("/fs1/a", 1), 0},
+        {"same path, other tenant", add_req("/fs1/a", 1, 101), 0},
+        {"another tenant's file system", add_req("/fs1/b", 1, 1), -13},
+        {"unknown file system", add_req("/fs9/b", 0, 9), -2},
+        {"'..' component", add_req("/fs1/../b"), -22},
         {"relative path", add_req("fs1/c"), -22},
     };
     for (const auto& c : cases) {
@@ -180,7 +183,7 @@ TEST_F(sim_e2e, PagingThroughThousandsOfSharesMissesAndRepeatsNone) {
     constexpr int kShares = 2500;
     for (int i = 0; i < kShares; ++i)
         add(fmt_path(i), 0, static_cast<uint64_t>(1 + i % 3));
-    add("/fs1/elsewhere", 1);  // another tenant's share is never listed
+    add("/fs1/elsewhere", 1, 101);  // another tenant's share is never listed
     ASSERT_EQ(count_all(), static_cast<uint32_t>(kShares));
 
     struct mode {

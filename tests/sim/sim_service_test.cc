@@ -145,12 +145,12 @@ TEST_F(sim_service_calls, AnOfferedMethodIsNotRefusedAndAnOtherOneIs) {
 }
 
 TEST_F(sim_service_calls, SharesThroughTheService) {
-    tvn_nfs_add_share_req add = sim_test::add_req("/fs1/share1", 0, 7);
+    tvn_nfs_add_share_req add = sim_test::add_req("/fs1/share1", 0, 3);
     tvn_nfs_add_share_rsp added;
     call(*nfs_, "add_share", add, added);
     EXPECT_EQ(added.status().result(), 0);
     EXPECT_EQ(added.share_id(), 1u);
-    EXPECT_EQ(added.fsid(), 7u);
+    EXPECT_EQ(added.fsid(), 3u);
     EXPECT_EQ(added.dtreeid(), 0u);
 
     call(*nfs_, "add_share", add, added);
@@ -176,7 +176,7 @@ TEST_F(sim_service_calls, SharesThroughTheService) {
     call(*nfs_, "get_share", get, got);
     ASSERT_EQ(got.status().result(), 0);
     EXPECT_EQ(got.share_info().path(), "/fs1/share1");
-    EXPECT_EQ(got.share_info().fsid(), 7u);
+    EXPECT_EQ(got.share_info().fsid(), 3u);
     get.set_share_id(99);
     call(*nfs_, "get_share", get, got);
     EXPECT_EQ(got.status().result(), SIM_ERR_NOT_FOUND);

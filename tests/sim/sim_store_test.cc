@@ -44,7 +44,7 @@ TEST_F(sim_nfs_store, DuplicatesAreRefusedWithTextPerTenant) {
         const char* text;
     } cases[] = {
         {"same path, same tenant", sim_test::add_req("/fs1/a", 0), SIM_ERR_EXIST, "/fs1/a"},
-        {"same path, other tenant", sim_test::add_req("/fs1/a", 1), SIM_OK, "success"},
+        {"same path, other tenant", sim_test::add_req("/fs1/a", 1, 101), SIM_OK, "success"},
         {"no leading slash", sim_test::add_req("fs1/x", 0), SIM_ERR_INVALID, "must begin"},
         {"empty path", sim_test::add_req("", 0), SIM_ERR_INVALID, "must begin"},
     };
@@ -62,13 +62,58 @@ TEST_F(sim_nfs_store, DuplicatesAreRefusedWithTextPerTenant) {
     EXPECT_NE(desc.find("name"), std::string::npos) << desc;
 }
 
+// What a real store could not keep: a file system that is not there or is
+// another tenant's, a path leaving its file system, bytes a C string or a
+// log line cannot carry. Nothing refused is stored.
+TEST_F(sim_nfs_store, SharesOutsideTheirTenantsFileSystemsAreRefused) {
+    using namespace std::string_literals;
+    auto with_alias = [](tvn_nfs_add_share_req r, const std::string& alias) {
+        r.set_alias(alias);
+        return r;
+    };
+    const struct {
+        const char* what;
+        tvn_nfs_add_share_req req;
+        int32_t rc;
+    } cases[] = {
+        {"unknown file system", sim_test::add_req("/fs9/a", 0, 9), SIM_ERR_NOT_FOUND},
+        {"another tenant's file system", sim_test::add_req("/vs1_fs1/a", 0, 101), SIM_ERR_ACCESS},
+        {"tenant 0's file system from tenant 1", sim_test::add_req("/fs1/a", 1, 1), SIM_ERR_ACCESS},
+        {"'..' inside", sim_test::add_req("/fs1/../etc", 0), SIM_ERR_INVALID},
+        {"'..' at the end", sim_test::add_req("/fs1/a/..", 0), SIM_ERR_INVALID},
+        {"'..' alone", sim_test::add_req("/..", 0), SIM_ERR_INVALID},
+        {"NUL in the path", sim_test::add_req("/fs1/a\0b"s, 0), SIM_ERR_INVALID},
+        {"newline in the path", sim_test::add_req("/fs1/a\nforged line", 0), SIM_ERR_INVALID},
+        {"escape sequence in the path", sim_test::add_req("/fs1/\x1b[31mred", 0), SIM_ERR_INVALID},
+        {"DEL in the path", sim_test::add_req("/fs1/a\x7f", 0), SIM_ERR_INVALID},
+        {"control character in the name", with_alias(sim_test::add_req("/fs1/n", 0), "n\tame"),
+         SIM_ERR_INVALID},
+    };
+    for (const auto& c : cases) {
+        uint64_t id = 0;
+        std::string desc;
+        EXPECT_EQ(store_->nfs.add_share(c.req, id, desc), c.rc) << c.what << ": " << desc;
+        EXPECT_EQ(desc.find('\n'), std::string::npos) << c.what << ": the reply text is one line";
+    }
+    for (uint32_t tenant : {0u, 1u}) {
+        uint32_t count = 99;
+        std::string desc;
+        ASSERT_EQ(store_->nfs.count_shares(sim_test::count_req(tenant), count, desc), 0) << desc;
+        EXPECT_EQ(count, 0u) << "tenant " << tenant;
+    }
+
+    // Dots that are no '..' component are ordinary names.
+    for (const char* path : {"/fs1/a..b", "/fs1/...", "/fs1/.hidden"}) EXPECT_NE(add_share(path), 0u) << path;
+    EXPECT_NE(add_share("/vs1_fs1/a", 1, 101), 0u);
+}
+
 TEST_F(sim_nfs_store, GetModifyDeleteStayInsideTheTenant) {
-    const uint64_t id = add_share("/fs1/a", 1, 1, "first");
+    const uint64_t id = add_share("/fs1/a", 1, 101, "first");
     mul_vstore_nfs_share s;
     std::string desc;
     EXPECT_EQ(store_->nfs.get_share(id, 0, &s, desc), SIM_ERR_NOT_FOUND);
     ASSERT_EQ(store_->nfs.get_share(id, 1, &s, desc), 0);
-    EXPECT_EQ(s.fsname(), "fs1");  // from the seeded file systems
+    EXPECT_EQ(s.fsname(), "vs1_fs1");  // from the seeded file systems
     EXPECT_EQ(s.comment(), "first");
     EXPECT_TRUE(s.IsInitialized());
 
@@ -118,7 +163,7 @@ TEST_P(sim_share_paging, WalksEveryShareOnceInOrder) {
     // Paths sort differently from identifiers: the number is reversed.
     constexpr int kShares = 257;
     for (int i = 0; i < kShares; ++i) add_share(fmt::format("/fs1/s{:04}", (kShares - i) * 7 % 1000));
-    add_share("/fs1/other-tenant", 1);
+    add_share("/fs1/other-tenant", 1, 101);
 
     std::vector<mul_vstore_nfs_share> seen;
     tvn_nfs_show_share_req req = sim_test::show_req();
@@ -213,7 +258,7 @@ TEST_F(sim_nfs_store, FiltersSelectAndCountsAgreeWithLists) {
     uint64_t dt_id = 0;
     std::string desc;
     ASSERT_EQ(store_->nfs.add_share(dt, dt_id, desc), 0);
-    add_share("/fs1/alpha", 1);  // another tenant: never counted
+    add_share("/fs1/alpha", 1, 101);  // another tenant: never counted
 
     struct filter_case {
         const char* name;
@@ -293,22 +338,22 @@ TEST_F(sim_nfs_store, ListOnlyFiltersByIdsNamesAndFlags) {
 }
 
 TEST_F(sim_nfs_store, LookupsByNameAndByClient) {
-    const uint64_t id = add_share("/fs1/named", 2);
+    const uint64_t id = add_share("/fs1/named", 1, 101);
     uint64_t found = 0;
     std::string desc;
-    ASSERT_EQ(store_->nfs.share_id_by_name(2, "/fs1/named", found, desc), 0);
+    ASSERT_EQ(store_->nfs.share_id_by_name(1, "/fs1/named", found, desc), 0);
     EXPECT_EQ(found, id);
     EXPECT_EQ(store_->nfs.share_id_by_name(0, "/fs1/named", found, desc), SIM_ERR_NOT_FOUND);
 
     tvn_nfs_create_auth_req a;
     a.set_share_id(id);
-    a.set_tenant_id(2);
+    a.set_tenant_id(1);
     a.set_hostname("Client1");
     uint64_t auth_id = 0;
     ASSERT_EQ(store_->nfs.create_auth(a, auth_id, desc), 0);
-    ASSERT_EQ(store_->nfs.auth_id_by_client(2, id, "client1", found, desc), 0);
+    ASSERT_EQ(store_->nfs.auth_id_by_client(1, id, "client1", found, desc), 0);
     EXPECT_EQ(found, auth_id);
-    EXPECT_EQ(store_->nfs.auth_id_by_client(2, id, "client2", found, desc), SIM_ERR_NOT_FOUND);
+    EXPECT_EQ(store_->nfs.auth_id_by_client(1, id, "client2", found, desc), SIM_ERR_NOT_FOUND);
 }
 
 TEST_F(sim_nfs_store, PermissionDefaultsDuplicatesAndMerge) {
