@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -122,6 +123,34 @@ TEST_F(GuardTest, FailuresToOpenAreLogged) {
     tvn_once_launch guard("proto_tvn_cm");
     EXPECT_FALSE(guard.check());
     EXPECT_TRUE(logged("Open file (" + guard.pid_file() + ") failed, errno(20)."));
+}
+
+// Whoever can write the run folder can plant a link or a FIFO under the
+// PID file's name; the guard refuses it instead of truncating the target
+// or hanging on the FIFO.
+TEST_F(GuardTest, APlantedLinkOrFifoIsRefusedAndItsTargetKept) {
+    const std::string victim = path("/victim");
+    tvn_once_launch probe("proto_tvn_cm");
+    const std::string pid_file = probe.pid_file();
+    (void)::mkdir(path("/KSD").c_str(), 0755);
+    (void)::mkdir(path("/KSD/component").c_str(), 0755);
+    ASSERT_EQ(::mkdir(path("/KSD/component/protocol").c_str(), 0755), 0);
+    const struct {
+        const char* what;
+        int (*plant)(const char* target, const char* at);
+    } cases[] = {
+        {"link", [](const char* target, const char* at) { return ::symlink(target, at); }},
+        {"fifo", [](const char*, const char* at) { return ::mkfifo(at, 0600); }},
+    };
+    for (const auto& c : cases) {
+        write_text(victim, "precious\n");
+        ::unlink(pid_file.c_str());
+        ASSERT_EQ(c.plant(victim.c_str(), pid_file.c_str()), 0) << c.what;
+        tvn_once_launch guard("proto_tvn_cm");
+        EXPECT_FALSE(guard.check()) << c.what;
+        EXPECT_EQ(read_text(victim), "precious\n") << c.what;
+        EXPECT_TRUE(logged("Open file (" + pid_file + ") failed")) << c.what;
+    }
 }
 
 }  // namespace
