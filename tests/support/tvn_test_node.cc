@@ -137,6 +137,11 @@ void node::stop_store() {
     store_.reset();
 }
 
+void node::kill_store() {
+    if (store_) store_->kill_now();
+    store_.reset();
+}
+
 ::testing::AssertionResult node::start_cm(env_list extra_env) {
     env_list e = env();
     e.emplace_back("TVN_CM_RPC_TIMEOUT_MS", std::to_string(kNodeRpcTimeoutMs));

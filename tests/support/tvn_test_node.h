@@ -100,6 +100,8 @@ public:
     // test serves on 6102.
     ::testing::AssertionResult start_store();
     void stop_store();
+    // SIGKILL: the store daemon gets no chance to finish what it was doing.
+    void kill_store();
     ::testing::AssertionResult start_cm(env_list extra_env = {});
     void stop_cm();
     bool cm_running();

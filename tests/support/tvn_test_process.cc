@@ -129,6 +129,14 @@ bool process::wait_for_output(const std::string& text, std::chrono::milliseconds
     return seen();
 }
 
+long memory_kb(pid_t pid, const std::string& field) {
+    const std::string status = read_text(pid == 0 ? "/proc/self/status" : "/proc/" + std::to_string(pid) + "/status");
+    const std::string key = "\n" + field + ":";
+    const size_t at = status.find(key);
+    if (at == std::string::npos) return -1;
+    return std::strtol(status.c_str() + at + key.size(), nullptr, 10);
+}
+
 bool wait_child(pid_t pid, int& status, std::chrono::milliseconds limit) {
     bool done = false;
     bool lost = false;

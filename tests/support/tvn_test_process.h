@@ -76,6 +76,11 @@ private:
     std::string err_file_;
 };
 
+// A memory figure of a running process from /proc/<pid>/status, in kB:
+// "VmRSS" (resident now), "VmHWM" (the peak resident size); -1 when the
+// process or the field is not there. 0 is this process.
+long memory_kb(pid_t pid, const std::string& field);
+
 // Waits up to `limit` for a forked child; a child that does not end is
 // killed and reported with false. `status` is the raw wait status.
 bool wait_child(pid_t pid, int& status, std::chrono::milliseconds limit = std::chrono::seconds(10));
