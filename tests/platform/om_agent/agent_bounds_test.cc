@@ -6,6 +6,7 @@
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,9 +15,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -31,39 +29,18 @@
 #include "tvn_om_endpoint.h"
 #include "tvn_om_msg.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_files.h"
+#include "tvn_test_net.h"
+#include "tvn_test_process.h"
+#include "tvn_test_wait.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 
-bool eventually(const std::function<bool()>& cond, std::chrono::milliseconds limit = 10s) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (std::chrono::steady_clock::now() < end) {
-        if (cond()) return true;
-        std::this_thread::sleep_for(5ms);
-    }
-    return cond();
-}
-
-bool wait_child(pid_t pid, int& status, std::chrono::milliseconds limit = 10s) {
-    if (eventually([&] { return ::waitpid(pid, &status, WNOHANG) == pid; }, limit)) return true;
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, &status, 0);
-    return false;
-}
-
-class scoped_env {
-public:
-    scoped_env(const char* name, const char* value) : name_(name) {
-        if (const char* old = std::getenv(name)) old_ = old, had_ = true;
-        ::setenv(name, value, 1);
-    }
-    ~scoped_env() { had_ ? (void)::setenv(name_.c_str(), old_.c_str(), 1) : (void)::unsetenv(name_.c_str()); }
-
-private:
-    std::string name_, old_;
-    bool had_ = false;
-};
+using tvn_test::eventually;
+using tvn_test::scoped_env;
+using tvn_test::wait_child;
 
 enum : uint64_t { kAck = 1, kBlock = 2, kCount = 3, kNotify = 4 };
 
@@ -97,6 +74,13 @@ void entry(void* ctx, const void* data, unsigned int length) {
         --g_blocked;
     } else if (op == kCount) {
         ++g_counted;
+    } else if (op == kAck) {
+        void* ans = MSGOBJ_Create(1, 4091);
+        MSGOBJ_SetOpcode(ans, 0, op);
+        MSGOBJ_SetItemString(ans, 0, 64, "pong");
+        OMAgent_AckMsgObj(ctx, ans);
+        MSGOBJ_Destroy(ans);
+        return;
     } else if (op == kNotify) {
         void* n = MSGOBJ_Create(1, 4091);
         MSGOBJ_SetOpcode(n, 0, 0xD00C90034ULL);
@@ -129,13 +113,7 @@ int result_of(const std::string& bytes) {
 
 int port_of(const std::string& endpoint) { return std::stoi(endpoint.substr(endpoint.rfind(':') + 1)); }
 
-long rss_kb() {
-    std::ifstream in("/proc/self/status");
-    std::string line;
-    while (std::getline(in, line))
-        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
-    return -1;
-}
+long rss_kb() { return tvn_test::memory_kb(0, "VmRSS"); }
 
 class AgentBounds : public ::testing::Test {
 protected:
@@ -307,7 +285,7 @@ TEST_F(AgentBounds, IdleConnectionsUnderALowDescriptorLimitLeaveRoomForCommands)
             idle.emplace_back(ctx, zmq::socket_type::dealer);
             idle.back().set(zmq::sockopt::linger, 0);
             idle.back().set(zmq::sockopt::reconnect_ivl, -1);
-            idle.back().connect("tcp://127.0.0.1:" + std::to_string(port));
+            idle.back().connect(tvn_test::tcp_endpoint(port));
         }
         std::this_thread::sleep_for(500ms);  // let them all connect
         char c = 1;
@@ -373,6 +351,32 @@ TEST_F(AgentBounds, ASubscriberFloodLeavesTheFeedsMemoryBounded) {
     ASSERT_TRUE(notified());
     const long after = rss_kb();
     EXPECT_LT(after - before, 32 * 1024) << "RSS before " << before << " kB, after " << after << " kB";
+}
+
+// On a Unix socket the file's mode is the only gate on who may send
+// commands: the folder is the owner's alone and so is the socket, and the
+// operator's tool reaches the agent through it.
+TEST_F(AgentBounds, AnIpcEndpointIsTheOwnersAloneAndServesTvnOm) {
+    tvn_test::temp_dir root("tvn_om_ipc");
+    const std::string folder = root.path() + "/om";
+    const std::string endpoint = "ipc://" + folder + "/om.sock";
+    scoped_env ipc("TVN_OM_ENDPOINT", endpoint.c_str());
+    start(MSG_CFG_S{});
+    EXPECT_EQ(endpoint_, endpoint);
+
+    struct stat st {};
+    ASSERT_EQ(::lstat(folder.c_str(), &st), 0);
+    EXPECT_TRUE(S_ISDIR(st.st_mode));
+    EXPECT_EQ(st.st_mode & 0777, 0700u);
+    ASSERT_EQ(::lstat((folder + "/om.sock").c_str(), &st), 0);
+    EXPECT_TRUE(S_ISSOCK(st.st_mode));
+    EXPECT_EQ(st.st_mode & 0777, 0600u);
+
+    tvn_test::process om({tvn_test::bin_path("tvn_om"), "send", std::to_string(kAck), "--json", "--timeout", "10000"},
+                         {.env = {{"TVN_OM_ENDPOINT", endpoint}}, .clean_tvn_env = true, .merge_err = true});
+    EXPECT_EQ(om.wait(20s), 0) << om.out();
+    EXPECT_NE(om.out().find("\"ack\""), std::string::npos) << om.out();
+    EXPECT_NE(om.out().find("pong"), std::string::npos) << om.out();
 }
 
 }  // namespace
