@@ -92,6 +92,10 @@ void tvn_msg_run_worker(zmq::context_t& ctx, const std::string& backend, tvn_msg
     }
 }
 
+// Far above any request a peer has reason to send; a larger frame drops its
+// connection as soon as its header arrives, before any of it is held.
+inline constexpr int64_t kTvnMsgMaxFrameBytes = int64_t{4} << 20;
+
 // Front ROUTER bound to endpoint, back socket bound to backend. 0, or what
 // start() returns: -2004 the endpoint is taken, else -2003.
 template <class Server>
@@ -105,6 +109,11 @@ int32_t tvn_msg_open_server_sockets(zmq::context_t& ctx, const std::string& endp
         return TVN_MSG_ERR_SOCKET;
     }
     tvn_msg_util::set_receive_hwm(front.handle(), Server::receive_hwm);
+    if (zmq_setsockopt(front.handle(), ZMQ_MAXMSGSIZE, &kTvnMsgMaxFrameBytes, sizeof(kTvnMsgMaxFrameBytes)) != 0) {
+        TVN_MSG_LOG_ERR(TVN_MSG_ERR_SOCKET, "The msg server start failed, limit the frame size failed(%d).",
+                        zmq_errno());
+        return TVN_MSG_ERR_SOCKET;
+    }
     err = tvn_msg_util::bind(front, endpoint);
     if (err != 0) {
         const int32_t rc = err == EADDRINUSE ? TVN_MSG_ERR_BIND : TVN_MSG_ERR_SOCKET;

@@ -5,12 +5,14 @@
 #include <netinet/in.h>
 #include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <sstream>
 #include <set>
 #include <nlohmann/json.hpp>
+#include <zmq.h>
 
 #include "cm_test_client.h"
 #include "service_test_util.h"
@@ -21,6 +23,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using tvn_test::scoped_sysroot;
 
 const char* const kUsage =
     "Usage: [options] \n\nOptions: \n-l | --lsid        process id\n-v | --version        process "
@@ -227,6 +230,71 @@ TEST_F(BinaryTest, AServiceLogThatCannotBeOpenedEndsStartUp) {
     expect_clean_end(p);
     EXPECT_NE(read_text(p.err_file()).find("Init Log Error, rc = -21"), std::string::npos) << read_text(p.err_file());
     EXPECT_TRUE(logged("PS process init fail code:1"));
+}
+
+// A supervisor may start the service with any umask; what the start-up
+// creates (logs, lock, configuration, folders) is never group- or
+// world-writable all the same.
+TEST_F(BinaryTest, NothingItCreatesIsWritableByOthersEvenUnderUmask000) {
+    const mode_t old_mask = ::umask(0);
+    cm_process p(root(), {"-l", "1", "-v", "1"});
+    ::umask(old_mask);
+    cm_test_client client;
+    ASSERT_TRUE(serving(p, client)) << logs();
+    p.stop();
+    size_t checked = 0;
+    for (const auto& e : std::filesystem::recursive_directory_iterator(root())) {
+        const std::string name = e.path().filename().string();
+        // The test's own capture of standard output and error.
+        if (e.path().parent_path() == root() && (name.rfind("stdout.", 0) == 0 || name.rfind("stderr.", 0) == 0))
+            continue;
+        struct stat st {};
+        ASSERT_EQ(::lstat(e.path().c_str(), &st), 0) << e.path();
+        if (S_ISLNK(st.st_mode)) continue;
+        EXPECT_EQ(st.st_mode & (S_IWGRP | S_IWOTH), 0u) << e.path() << " mode " << std::oct << (st.st_mode & 07777);
+        ++checked;
+    }
+    EXPECT_GE(checked, 5u) << "the start-up should have made its logs, lock and folders";
+}
+
+// Any local process can connect to 127.0.0.1:6106. A frame far beyond any
+// request drops its connection before it is read, so the service never holds
+// it (its peak resident size stays put), and it goes on answering.
+TEST_F(BinaryTest, AnOversizedFrameOnTheRpcPortIsDroppedUnread) {
+    cm_process p(root(), {"-l", "1", "-v", "1"});
+    cm_test_client client;
+    ASSERT_TRUE(serving(p, client)) << logs();
+    const long peak_before = tvn_test::memory_kb(p.pid(), "VmHWM");
+    ASSERT_GT(peak_before, 0);
+
+    constexpr size_t kBig = 64u << 20;
+    void* ctx = zmq_ctx_new();
+    void* dealer = zmq_socket(ctx, ZMQ_DEALER);
+    int linger = 0;
+    zmq_setsockopt(dealer, ZMQ_LINGER, &linger, sizeof(linger));
+    ASSERT_EQ(zmq_socket_monitor(dealer, "inproc://tvn-big-frame", ZMQ_EVENT_DISCONNECTED), 0);
+    void* monitor = zmq_socket(ctx, ZMQ_PAIR);
+    zmq_setsockopt(monitor, ZMQ_LINGER, &linger, sizeof(linger));
+    ASSERT_EQ(zmq_connect(monitor, "inproc://tvn-big-frame"), 0);
+    ASSERT_EQ(zmq_connect(dealer, "tcp://127.0.0.1:6106"), 0);
+    {
+        std::string big(kBig, 'x');
+        EXPECT_EQ(zmq_send(dealer, "", 0, ZMQ_SNDMORE), 0);
+        EXPECT_EQ(zmq_send(dealer, big.data(), big.size(), 0), static_cast<int>(kBig));
+    }
+    // Dropped: the service closes the connection. Read whole: nothing is
+    // closed, and after the wait the frame has long been taken in.
+    zmq_pollitem_t item{monitor, 0, ZMQ_POLLIN, 0};
+    EXPECT_EQ(zmq_poll(&item, 1, 10000), 1) << "the connection was not dropped";
+    zmq_close(monitor);
+    zmq_close(dealer);
+    zmq_ctx_term(ctx);
+
+    EXPECT_EQ(client.cm_state(5000), 0) << "the server stopped answering";
+    const long peak_after = tvn_test::memory_kb(p.pid(), "VmHWM");
+    EXPECT_LT(peak_after - peak_before, static_cast<long>(kBig / 1024 / 4))
+        << "peak resident size before " << peak_before << " kB, after " << peak_after << " kB";
+    p.stop();
 }
 
 TEST_F(BinaryTest, ATakenPortEndsItCleanly) {
