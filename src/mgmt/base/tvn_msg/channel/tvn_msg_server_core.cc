@@ -11,7 +11,7 @@ tvn_msg_server_core::~tvn_msg_server_core() { stop(); }
 int32_t tvn_msg_server_core::bind_locked(std::unique_lock<std::mutex>& lock, int worker_num,
                                          const worker_fn& worker) {
     // A previous run may still be joining its workers.
-    cv_.wait(lock, [this] { return !running_ && workers_.empty() && context_ == nullptr; });
+    cv_.wait(lock, [this] { return !running_ && workers_.empty() && context_ == nullptr && closing_ == 0; });
     std::unique_ptr<zmq::context_t> owned;
     try {
         owned = std::make_unique<zmq::context_t>();
@@ -77,7 +77,12 @@ void tvn_msg_server_core::end_start() {
 
 int32_t tvn_msg_server_core::stop() {
     std::unique_lock<std::mutex> lock(mutex_);
-    if (!context_) return 0;
+    if (!context_) {
+        // Another stop (or the loop's own end) is tearing down: wait for it
+        // instead of closing the same context twice.
+        if (!on_own_thread_locked()) cv_.wait(lock, [this] { return !running_ && closing_ == 0; });
+        return 0;
+    }
     context_->shutdown();
     bound_ = false;
     if (running_) {
@@ -93,20 +98,26 @@ int32_t tvn_msg_server_core::stop() {
 
 void tvn_msg_server_core::teardown(std::unique_lock<std::mutex>& lock) {
     ++teardowns_;
-    zmq::context_t* ctx = context_.get();
+    // Exactly one teardown owns the close of a context: two stops racing
+    // (the stop handler's and the waiting thread's) must not both end it.
+    std::unique_ptr<zmq::context_t> ctx = std::move(context_);
+    bound_ = false;
+    if (!ctx) return;
     std::vector<std::thread> workers;
     workers.swap(workers_);
-    bound_ = false;
-    if (ctx != nullptr) ctx->shutdown();
+    ++closing_;
+    ctx->shutdown();
     lock.unlock();
     for (auto& t : workers)
         if (t.joinable() && t.get_id() != std::this_thread::get_id()) t.join();
         else if (t.joinable()) t.detach();
     // Waits until every socket of the context is closed (in-process clients
     // see ETERM and let go), then frees it.
-    if (ctx != nullptr) ctx->close();
+    ctx->close();
+    ctx.reset();
     lock.lock();
-    if (context_.get() == ctx) context_.reset();
+    --closing_;
+    cv_.notify_all();
 }
 
 bool tvn_msg_server_core::on_own_thread_locked() const {

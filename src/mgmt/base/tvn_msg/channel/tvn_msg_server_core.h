@@ -63,5 +63,9 @@ private:
     std::vector<std::thread> workers_;
     int ready_workers_ = 0;
     uint64_t teardowns_ = 0;
+    // Teardowns still closing a context they took: a new bind waits for
+    // them (the old sockets still hold the port), and so does a stop that
+    // finds the context already taken.
+    int closing_ = 0;
     std::thread::id loop_thread_;
 };

@@ -101,10 +101,9 @@ TEST_F(StopHandlerTest, ASignalBeforeTheServerIsUpIsKeptAndStartsNothing) {
     }
 }
 
-// Disabled until the messaging layer survives a stop between bind and
-// loop: there the server core's teardown can close one context twice
-// (crash) or wait for ever in zmq_ctx_term on sockets nobody closes.
-TEST_F(StopHandlerTest, DISABLED_AStopRacingTheStartEndsServingEveryTime) {
+// A stop between bind and loop: the server core's teardown runs from two
+// threads at once there, and only one of them may close the context.
+TEST_F(StopHandlerTest, AStopRacingTheStartEndsServingEveryTime) {
     for (int round = 0; round < 12; ++round) {
         SCOPED_TRACE(round);
         int rc = in_child([] {
@@ -141,6 +140,9 @@ TEST_F(StopHandlerTest, SignalsThroughTeardownNeitherEndTheProcessNorWriteIntoRe
             for (int i = 0; storm.load(); ++i) {
                 ::kill(::getpid(), i % 2 ? SIGINT : SIGTERM);
                 sent.fetch_add(1);
+                // Thousands a second, yet the process still gets to run: a
+                // storm with no pause only measures how loaded the machine is.
+                std::this_thread::sleep_for(std::chrono::microseconds(100));
             }
         });
         bool ended = server.wait_listening_for(20s);
