@@ -10,7 +10,6 @@
 
 namespace {
 
-using namespace om_test;
 using namespace tvn_test;
 
 class Init : public ::testing::Test {

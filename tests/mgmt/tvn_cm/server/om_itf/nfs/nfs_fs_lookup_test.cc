@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "nfs_node.h"
+#include "talvane_kagent.pb.h"
 #include "tvn_msg_rpc_server.h"
 
 namespace {
