@@ -87,7 +87,7 @@ TEST_F(Tool, EveryOtherReplyExits1WithTheMeaningOfANegativeCode) {
         int result;
         const char* readable;
     } rows[] = {
-        {"0xd500001b9", "err_ack", -95, "err_ack, result -95 (command not supported), opcode 0xd500001b9"},
+        {"0xd500001b9", "err_ack", -95, "err_ack, result -95 (command or call not supported by this build), opcode 0xd500001b9"},
         {std::to_string(kCodeFail), "err_ack", -14073, "err_ack, result -14073"},
         {"0x1234567", "call_end", 0, "call_end, result 0, opcode 0x1234567"},
     };

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tvn_om_cli.h"
+#include "vocab.h"
 #include "tvn_om_endpoint.h"
 
 namespace tvn_om {
@@ -36,28 +37,6 @@ node& node_at(const std::vector<std::string>& path) {
     return *n;
 }
 
-std::map<int32_t, std::string>& meanings() {
-    static std::map<int32_t, std::string> m = {
-        {-1, "the message or an item could not be read"},
-        {-3, "no reply from the service within the time-out"},
-        {-5, "invalid value"},
-        {-6, "out of memory"},
-        {-16, "the OM agent is busy"},
-        {-22, "invalid parameter"},
-        {-23, "the messaging context was terminated"},
-        {-95, "command not supported"},
-        {-2006, "sending the request failed"},
-        {-2007, "receiving the reply failed"},
-        {-2008, "waiting for the reply failed"},
-        {-2009, "empty reply"},
-        {-2015, "the request could not be serialised"},
-        {-2016, "the reply could not be parsed"},
-        {-2018, "the RPC client is not open"},
-        {-2019, "no RPC controller"},
-        {-2031, "no communication channel"},
-    };
-    return m;
-}
 
 std::string join(const std::vector<std::string>& parts) {
     std::string out;
@@ -198,13 +177,6 @@ void register_command(command_info info) {
 
 void register_group(const std::vector<std::string>& path, const std::string& summary) {
     node_at(path).summary = summary;
-}
-
-void register_error_meaning(int32_t code, const std::string& text) { meanings()[code] = text; }
-
-std::string error_meaning(int32_t code) {
-    auto it = meanings().find(code);
-    return it != meanings().end() ? it->second : std::string();
 }
 
 om_request::om_request(uint64_t opcode, uint32_t msg_type) {
@@ -354,7 +326,7 @@ int send_and_print(const global_options& opts, const OmMessage& request, const a
     } else {
         std::cout << kind_name(reply.kind()) << ", result " << reply.result();
         if (reply.result() < 0) {
-            std::string meaning = error_meaning(reply.result());
+            std::string meaning = error_meaning(reply.result(), request_opcode);
             if (!meaning.empty()) std::cout << " (" << meaning << ")";
         }
         std::cout << ", opcode " << hex(reply.has_opcode() ? reply.opcode() : request_opcode) << "\n";

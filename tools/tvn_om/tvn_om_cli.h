@@ -59,10 +59,6 @@ struct group_registrar {
     }
 };
 
-// Meanings of result codes printed beside a negative result.
-void register_error_meaning(int32_t code, const std::string& text);
-// "" when the code has no known meaning.
-std::string error_meaning(int32_t code);
 
 // A request: record 0 with the command's code and item 0 (message type) 0.
 class om_request {

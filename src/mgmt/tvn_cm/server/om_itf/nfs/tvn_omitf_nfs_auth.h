@@ -3,9 +3,28 @@
 // count.
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "tvn_omitf_nfs_command.h"
+
+namespace tvn_nfs {
+
+// The client and share of a permission, for the operation log of a change
+// that names the permission by its id.
+struct auth_client {
+    std::string name;
+    uint64_t share_id = 0;
+};
+// Asks the store for the client and share of a permission. A permission the
+// store cannot show leaves `out` empty: the command itself then reports why.
+void name_auth_for_oplog(tvn_store_nfs_api& api, uint32_t tenant, uint64_t auth_id, auth_client& out);
+// "client,share id" as create writes them, or the permission id when the
+// client is not known.
+std::string auth_oplog(const auth_client& client, uint64_t auth_id);
+
+
+}  // namespace tvn_nfs
 
 class tvn_omitf_nfs_create_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_create_auth> {
 public:
@@ -42,6 +61,7 @@ private:
     uint64_t m_auth_id = 0;
     std::string m_access_name;
     std::string m_share_name;
+    tvn_nfs::auth_client m_client;
 };
 
 class tvn_omitf_nfs_modify_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_modify_auth> {
@@ -56,6 +76,7 @@ private:
     uint32_t m_tenant = 0;
     uint64_t m_auth_id = 0;
     std::string m_options;
+    tvn_nfs::auth_client m_client;
 };
 
 class tvn_omitf_nfs_get_auth : public tvn_omitf_nfs_command<tvn_omitf_nfs_get_auth> {

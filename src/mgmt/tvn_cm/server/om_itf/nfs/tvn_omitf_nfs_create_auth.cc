@@ -48,7 +48,7 @@ int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
         }
     } else if (read_text(req, ITEM_PATH, text) == ITEM_READ_OK) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_INFO, 0, "OMAgent share_id is not input,try get shareid by sharename.");
-        rc = share_id_by_name(*api, m_tenant, text, m_share_id);
+        rc = share_id_by_name(TVN_HERE, *api, m_tenant, text, m_share_id);
         if (rc != 0) return rc;
     } else {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_NAME, "OMAgent shareid and sharename are not input.");
@@ -59,19 +59,8 @@ int tvn_omitf_nfs_create_auth::deal(void* req, void** rsp) {
     if (rc != 0) return rc;
     rc = read_squash(req, ITEM_ROOT_SQUASH, "No have rootSquashflag.", m_opts.root_squash);
     if (rc != 0) return rc;
-    // The other options count only when given as a number; otherwise the
-    // option keeps its default.
-    for (uint32_t item : kCreateOptionalItems) {
-        uint32_t value = 0;
-        if (read_number(req, item, value) != ITEM_READ_OK) continue;
-        std::string why;
-        rc = check_option(item, value, &why);
-        if (rc != 0) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "%s", why.c_str());
-            return rc;
-        }
-        *option_slot(m_opts, item) = value;
-    }
+    rc = read_optional_options(TVN_HERE, req, vocab::kCreateOptionalItems, m_opts);
+    if (rc != 0) return rc;
 
     tvn_nfs_create_auth_req create;
     create.set_share_id(m_share_id);

@@ -32,23 +32,18 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
     rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
     if (rc != 0) return rc;
 
+    tvn_omitf::item_reader in(req);
     // The file system: its identifier, or else its name.
-    std::string text;
-    item_read got = read_text(req, ITEM_FSID, text);
-    if (got != ITEM_READ_ABSENT) {
-        uint64_t fsid = 0;
-        if (got != ITEM_READ_OK || !parse_fsid(text, fsid)) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "Fsid(%s) is null or invalid.", text.c_str());
-            return NFS_ERR_FSID;
-        }
-        add.set_fsid(fsid);
-    } else {
-        if (read_text(req, ITEM_FSNAME, text) != ITEM_READ_OK) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "No share path in the parameters.");
-            return NFS_ERR_FSID;
-        }
-        uint64_t fsid = 0;
-        rc = fsid_by_name(m_tenant, text, fsid);
+    std::optional<uint64_t> fsid;
+    rc = in.take_parsed(vocab::share_fsid, fsid, TVN_OM_FAIL(NFS_ERR_FSID, "Fsid(%s) is null or invalid."), parse_fsid);
+    if (rc != 0) return rc;
+    if (!fsid) {
+        std::string fs_name;
+        rc = in.need(vocab::share_fs_name, fs_name, TVN_OM_FAIL(NFS_ERR_FSID, "No share path in the parameters."),
+                     TVN_OM_FAIL(NFS_ERR_FSID, "No share path in the parameters."));
+        if (rc != 0) return rc;
+        fsid = 0;
+        rc = fsid_by_name(TVN_HERE, m_tenant, fs_name, *fsid);
         if (rc != 0) {
             rc = NfsConvertErrorCode(rc);
             if (rc == NFS_HYPER_PAIR_NOT_READY)
@@ -59,77 +54,52 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
                 TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "FS remotely copied data alternately.");
             return rc;
         }
-        add.set_fsid(fsid);
     }
+    add.set_fsid(*fsid);
 
-    got = read_text(req, ITEM_DTREE, text);
-    if (got != ITEM_READ_ABSENT) {
-        uint32_t dtree = 0;
-        if (got != ITEM_READ_OK || !parse_dec_u32(text, dtree)) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "DtreeId(%s) is null or invalid.", text.c_str());
-            return NFS_ERR_FSID;
-        }
-        add.set_dtreeid(dtree);
-    }
-
-    got = read_text(req, ITEM_PATH, text);
-    if (got == ITEM_READ_ABSENT) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_NO_SHARE_PATH, "No share path in the parameters.");
-        return NFS_ERR_NO_SHARE_PATH;
-    }
-    if (got != ITEM_READ_OK) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_GET_SHARE_PATH, "Get share_path is failed.");
-        return NFS_ERR_GET_SHARE_PATH;
-    }
+    std::optional<uint32_t> dtree, charset, freeze;
+    std::optional<std::string> description;
+    std::string path;
+    if ((rc = in.take_parsed(vocab::share_dtree, dtree, TVN_OM_FAIL(NFS_ERR_FSID, "DtreeId(%s) is null or invalid."),
+                             parse_dec_u32)) != 0 ||
+        (rc = in.need(vocab::share_path, path, TVN_OM_FAIL(NFS_ERR_NO_SHARE_PATH, "No share path in the parameters."),
+                      TVN_OM_FAIL(NFS_ERR_GET_SHARE_PATH, "Get share_path is failed."))) != 0 ||
+        (rc = in.take(vocab::share_description, description, TVN_OM_FAIL(NFS_ERR_ITEM, "Get description is failed."))) != 0 ||
+        (rc = in.take(vocab::share_charset, charset, TVN_OM_FAIL(NFS_ERR_ITEM, "Get charset is failed."))) != 0)
+        return rc;
+    if (dtree) add.set_dtreeid(*dtree);
     // A share is known by its path: the path is its name too.
-    add.set_path(text);
-    add.set_alias(text);
-    m_log.path = text;
-    m_log.alias = text;
-
-    got = read_text(req, ITEM_DESCRIPTION, text);
-    if (got == ITEM_READ_FAILED) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get description is failed.");
-        return NFS_ERR_ITEM;
-    }
-    if (got == ITEM_READ_OK) {
-        add.set_comment(text);
+    add.set_path(path);
+    add.set_alias(path);
+    m_log.path = path;
+    m_log.alias = path;
+    if (description) {
+        add.set_comment(*description);
         m_log.description_given = true;
+    }
+    if (charset) {
+        add.set_charset_id(*charset);
+        m_log.charset_id = *charset;
     }
 
     uint32_t value = 0;
-    got = read_decimal(req, ITEM_CHARSET, value);
-    if (got == ITEM_READ_FAILED) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get charset is failed.");
-        return NFS_ERR_ITEM;
-    }
-    if (got == ITEM_READ_OK) {
-        add.set_charset_id(value);
-        m_log.charset_id = value;
-    }
-
-    got = read_fh_alignment(req, value);
+    item_read got = read_fh_alignment(TVN_HERE, req, value);
     if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) {
         add.set_fhbytealignmentsupport(value);
         m_fh_alignment = value;
     }
-
-    got = read_snapshot_switch(req, value);
+    got = read_snapshot_switch(TVN_HERE, req, value);
     if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) {
         add.set_snapshot_switch(value);
         m_log.snapshot_switch = value;
     }
-
-    got = read_switch(req, ITEM_FREEZE, value);
-    if (got == ITEM_READ_FAILED) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get freeze switch invalied.");
-        return NFS_ERR_ITEM;
-    }
-    if (got == ITEM_READ_OK) {
-        add.set_freeze(value);
-        m_freeze = value;
+    rc = in.take(vocab::share_freeze, freeze, TVN_OM_FAIL(NFS_ERR_ITEM, "Get freeze switch invalied."));
+    if (rc != 0) return rc;
+    if (freeze) {
+        add.set_freeze(*freeze);
+        m_freeze = *freeze;
     }
 
     if (m_tenant == 0 && !TvnCmFmIsSupport("audit_log"))
@@ -144,15 +114,15 @@ int tvn_omitf_nfs_create_share::deal(void* req, void** rsp) {
     if (rc != 0) return rc;
     notify_change();
 
-    uint64_t fsid = reply.has_fsid() ? reply.fsid() : add.fsid();
-    uint64_t dtree = reply.has_dtreeid() ? reply.dtreeid() : add.dtreeid();
+    uint64_t stored_fsid = reply.has_fsid() ? reply.fsid() : add.fsid();
+    uint64_t stored_dtree = reply.has_dtreeid() ? reply.dtreeid() : add.dtreeid();
     return answer_record(rsp, NFS_MSG_ITEMS,
                          {
                              {ITEM_PATH, TYPE_STRING, add.path()},
                              {ITEM_ID, TYPE_STRING, std::to_string(reply.share_id())},
-                             {ITEM_DTREE, TYPE_STRING, dtree_at_fsid(dtree, fsid)},
+                             {ITEM_DTREE, TYPE_STRING, dtree_at_fsid(stored_dtree, stored_fsid)},
                              {ITEM_DESCRIPTION, TYPE_STRING, ""},
-                             {ITEM_FSID, TYPE_STRING, std::to_string(fsid)},
+                             {ITEM_FSID, TYPE_STRING, std::to_string(stored_fsid)},
                              {ITEM_OBJ_TYPE, TYPE_UNSIGNED, std::to_string(NFS_SHARE_OBJ_TYPE)},
                              {ITEM_TENANT, TYPE_UNSIGNED, "0"},
                          });

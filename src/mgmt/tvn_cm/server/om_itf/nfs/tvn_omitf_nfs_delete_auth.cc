@@ -33,12 +33,13 @@ int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
             TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_SHARE_NAME, "OMAgent sharename is not input.");
             return NFS_ERR_SHARE_NAME;
         }
-        uint64_t share_id = 0;
-        rc = share_id_by_name(*api, m_tenant, m_share_name, share_id);
+        rc = share_id_by_name(TVN_HERE, *api, m_tenant, m_share_name, m_client.share_id);
         if (rc != 0) return rc;
-        rc = auth_id_by_access_name(*api, m_tenant, share_id, m_access_name, m_auth_id);
+        rc = auth_id_by_access_name(TVN_HERE, *api, m_tenant, m_client.share_id, m_access_name, m_auth_id);
         if (rc != 0) return rc;
+        m_client.name = m_access_name;
     }
+    if (m_client.name.empty()) name_auth_for_oplog(*api, m_tenant, m_auth_id, m_client);
 
     tvn_nfs_delete_auth_req del;
     tvn_nfs_common_rsp reply;
@@ -55,6 +56,5 @@ int tvn_omitf_nfs_delete_auth::deal(void* req, void** rsp) {
 
 void tvn_omitf_nfs_delete_auth::oplog_send(int result, unsigned int number) {
     send_oplog(number, result, OPLOG_DELETE_AUTH_OK, OPLOG_DELETE_AUTH_FAIL, m_tenant,
-               m_access_name.empty() ? std::to_string(m_auth_id)
-                                     : oplog_cut(m_access_name) + "," + oplog_cut(m_share_name));
+               auth_oplog(m_client, m_auth_id));
 }

@@ -13,14 +13,14 @@ int tvn_omitf_nfs_delete_share::deal(void* req, void** rsp) {
     rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
     if (rc != 0) return rc;
 
-    rc = read_share_ref(req, m_share, 0);
+    rc = read_share_ref(TVN_HERE, req, m_share, 0);
     if (rc != 0) return rc;
 
     auto api = open_store();
     if (!api) return NFS_ERR_NOMEM;
-    rc = resolve_share_ref(*api, m_tenant, m_share);
+    rc = resolve_share_ref(TVN_HERE, *api, m_tenant, m_share);
     if (rc != 0) return rc;
-    rc = audit_log_fs_check();
+    rc = audit_log_fs_check(TVN_HERE);
     if (rc != 0) return rc;
 
     tvn_nfs_del_share_req del;

@@ -11,12 +11,12 @@ int tvn_omitf_nfs_get_share::deal(void* req, void** rsp) {
     int32_t rc = read_tenant(req, tenant, NFS_ERR_ITEM);
     if (rc != 0) return rc;
     share_ref share;
-    rc = read_share_ref(req, share, NFS_ERR_INVALID);
+    rc = read_share_ref(TVN_HERE, req, share, NFS_ERR_INVALID);
     if (rc != 0) return rc;
 
     auto api = open_store();
     if (!api) return NFS_ERR_NOMEM;
-    rc = resolve_share_ref(*api, tenant, share);
+    rc = resolve_share_ref(TVN_HERE, *api, tenant, share);
     if (rc != 0) return rc;
 
     tvn_nfs_get_share_req get;

@@ -1,63 +1,43 @@
 #pragma once
-// Reading the request items and writing the answer items of the NFS
-// commands. Every read tells "not given" apart from "given but unreadable",
-// because the commands answer the two differently.
+// The item reads only the NFS commands make; every other read and the
+// answer writers are the common ones of common/tvn_omitf_items.h.
 #include <cstdint>
+#include <span>
 #include <string>
-#include <vector>
 
+#include "common/tvn_omitf_items.h"
 #include "tvn_omitf_nfs_util.h"
 
 namespace tvn_nfs {
 
-enum item_read : int32_t {
-    ITEM_READ_OK = 0,
-    ITEM_READ_ABSENT = 1,  // the message has no such item
-    ITEM_READ_FAILED = 2,  // present, but not readable as asked
-};
-
-// A string item. An item of another type reads as ITEM_READ_FAILED: the
-// request does not say what the text was meant to be.
-item_read read_text(void* msg, uint32_t item, std::string& out);
-// An item that is present as a number (unsigned or enumeration). An item of
-// another type reads as ITEM_READ_FAILED.
-item_read read_number(void* msg, uint32_t item, uint32_t& out);
-// A switch: a number that must be 0 or 1, or a boolean.
-item_read read_switch(void* msg, uint32_t item, uint32_t& out);
-// A number given as a number (enumeration or unsigned) or as its decimal
-// text.
-item_read read_decimal(void* msg, uint32_t item, uint32_t& out);
+using tvn_omitf::answer_record;
+using tvn_omitf::item_read;
+using tvn_omitf::ITEM_READ_ABSENT;
+using tvn_omitf::ITEM_READ_FAILED;
+using tvn_omitf::ITEM_READ_OK;
+using tvn_omitf::new_message;
+using tvn_omitf::new_notify_message;
+using tvn_omitf::read_decimal;
+using tvn_omitf::read_number;
+using tvn_omitf::read_switch;
+using tvn_omitf::read_text;
+using tvn_omitf::read_unsigned;
+using tvn_omitf::tvn_cm_check_tenant_exist;
+using tvn_omitf::write_items;
 
 // The snapshot (93) and file-handle alignment (101) switches of a share
 // create or modify, read as read_switch does; an unreadable one is logged.
-item_read read_snapshot_switch(void* msg, uint32_t& out);
-item_read read_fh_alignment(void* msg, uint32_t& out);
+item_read read_snapshot_switch(const tvn::log_here& here, void* msg, uint32_t& out);
+item_read read_fh_alignment(const tvn::log_here& here, void* msg, uint32_t& out);
 
 // The tenant of item 4090: absent is tenant 0; a read failure returns
-// read_fail_code, a text that is not a tenant id NFS_ERR_PARAM_RANGE. The
-// failures are logged under the caller's text.
+// read_fail_code, a text that is not a tenant id NFS_ERR_PARAM_RANGE.
 int32_t read_tenant(void* msg, uint32_t& tenant, int32_t read_fail_code);
 
-// Writes items into one record of an answer. 0, or NFS_ERR_ITEM.
-int32_t write_items(void* ack, uint32_t record, const std::vector<answer_item>& items);
-
-// Answers with one record of these items (*rsp gets the message object).
-// 0, or NFS_ERR_NOMEM / NFS_ERR_ITEM with nothing answered.
-int32_t answer_record(void** rsp, uint32_t size, const std::vector<answer_item>& items);
-
-// A new message object with one record of the given operation code, or
-// nullptr (logged "tvn_MSGOBJ_Create failed").
-void* new_message(uint32_t items, uint64_t opcode = 0);
-
-// A change notification: a message object with one record of the given
-// operation code and item 0 the object type. nullptr when it cannot be
-// made ($TVN_FAIL_AT naming "tvn_MSGOBJ_Create" makes it fail, to exercise
-// that road).
-void* new_notify_message(uint64_t opcode, uint32_t obj_type);
-
-// The service's check that a tenant exists. Tenants are created and deleted
-// by the platform, which already refuses commands for unknown ones; this is
-// the hook for a stricter check and accepts every id.
-int32_t tvn_cm_check_tenant_exist(uint32_t tenant);
+// Reads the option items of a permission in the given order. Each counts
+// only when given as an unsigned number (another type leaves the option as
+// it is); a value outside its set is refused with its code.
+int32_t read_optional_options(const tvn::log_here& here, void* req,
+                              std::span<const tvn_om_vocab::item_def* const> items, auth_options& opts);
 
 }  // namespace tvn_nfs

@@ -42,7 +42,7 @@ int32_t apply_filter(uint32_t tenant, const std::string& key, const std::string&
         show.set_dtreeid(dtree);
     } else if (key == "FSNAME") {
         uint64_t fsid = 0;
-        int32_t rc = fsid_by_name(tenant, value, fsid);
+        int32_t rc = fsid_by_name(TVN_HERE, tenant, value, fsid);
         if (rc != 0) return NfsConvertErrorCode(rc);
         show.set_fsid(fsid);
     } else if (key == "ID") {

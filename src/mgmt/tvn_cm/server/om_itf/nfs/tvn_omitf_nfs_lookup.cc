@@ -1,5 +1,7 @@
 #include "tvn_omitf_nfs_lookup.h"
 
+#include "tvn_omitf_nfs_auth.h"
+
 #include <cstdlib>
 #include <new>
 
@@ -21,13 +23,6 @@ constexpr const char* kHost = "127.0.0.1";
 
 }  // namespace
 
-unsigned rpc_timeout_ms(unsigned normal_ms) {
-    const char* env = std::getenv("TVN_CM_RPC_TIMEOUT_MS");
-    if (env == nullptr || *env == '\0') return normal_ms;
-    uint32_t value = 0;
-    if (!parse_dec_u32(env, value) || value == 0) return normal_ms;
-    return value;
-}
 
 std::unique_ptr<tvn_store_nfs_api> new_store_api() {
     // Lets tests take the road of a failed allocation.
@@ -35,7 +30,7 @@ std::unique_ptr<tvn_store_nfs_api> new_store_api() {
     return std::unique_ptr<tvn_store_nfs_api>(new (std::nothrow) tvn_store_nfs_api(kHost, false));
 }
 
-int32_t share_id_by_name(tvn_store_nfs_api& api, uint32_t tenant, const std::string& name,
+int32_t share_id_by_name(const tvn::log_here& here, tvn_store_nfs_api& api, uint32_t tenant, const std::string& name,
                          uint64_t& share_id) {
     tvn_nfs_queryshareid_byname_req req;
     tvn_nfs_queryshareid_byname_rsp rsp;
@@ -43,18 +38,18 @@ int32_t share_id_by_name(tvn_store_nfs_api& api, uint32_t tenant, const std::str
     req.set_alias(name);
     int32_t rc = api.get_shareid_by_sharename(req, rsp, static_cast<int>(rpc_timeout_ms(NFS_STORE_TIMEOUT_MS)));
     if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent get_shareid_by_sharename rpc call is failed.");
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "OMAgent get_shareid_by_sharename rpc call is failed.");
         return NFS_ERR_SHARE_NAME;
     }
     if (rsp.rsp_status() != 0 || !rsp.has_share_id()) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rsp.rsp_status(), "No such sharename.");
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rsp.rsp_status(), "No such sharename.");
         return NFS_ERR_SHARE_NAME;
     }
     share_id = rsp.share_id();
     return 0;
 }
 
-int32_t auth_id_by_access_name(tvn_store_nfs_api& api, uint32_t tenant, uint64_t share_id,
+int32_t auth_id_by_access_name(const tvn::log_here& here, tvn_store_nfs_api& api, uint32_t tenant, uint64_t share_id,
                                const std::string& access_name, uint64_t& auth_id) {
     tvn_nfs_query_permission_byaccnessname_req req;
     tvn_nfs_query_permission_byaccnessname_rsp rsp;
@@ -64,12 +59,12 @@ int32_t auth_id_by_access_name(tvn_store_nfs_api& api, uint32_t tenant, uint64_t
     int32_t rc = api.get_share_permissionid_by_access_name(
         req, rsp, static_cast<int>(rpc_timeout_ms(NFS_STORE_TIMEOUT_MS)));
     if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc,
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc,
                 "OMAgent get_share_permissionid_by_access_name rpc call is failed.");
         return NFS_ERR_SHARE_ID;
     }
     if (rsp.rsp_status() != 0 || !rsp.has_permisson_id()) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rsp.rsp_status(), "No such access name(%s).",
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rsp.rsp_status(), "No such access name(%s).",
                 access_name.c_str());
         return NFS_ERR_SHARE_ID;
     }
@@ -77,7 +72,7 @@ int32_t auth_id_by_access_name(tvn_store_nfs_api& api, uint32_t tenant, uint64_t
     return 0;
 }
 
-int32_t fsid_by_name(uint32_t tenant, const std::string& name, uint64_t& fsid) {
+int32_t fsid_by_name(const tvn::log_here& here, uint32_t tenant, const std::string& name, uint64_t& fsid) {
     tvn_kagent_api kagent(kHost, false, 1);
     tvn_ka_pum_req req;
     tvn_ka_pum_rsp rsp;
@@ -86,16 +81,16 @@ int32_t fsid_by_name(uint32_t tenant, const std::string& name, uint64_t& fsid) {
     req.set_value(std::to_string(tenant) + ":" + name);
     int32_t rc = kagent.kagent_pum(req, rsp, static_cast<int>(rpc_timeout_ms(NFS_READ_TIMEOUT_MS)));
     if (rc != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Get fsid of fs name(%s) rpc call failed.", name.c_str());
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Get fsid of fs name(%s) rpc call failed.", name.c_str());
         return rc;
     }
     if (rsp.result() != 0) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rsp.result(), "Get fsid of fs name(%s) failed.", name.c_str());
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rsp.result(), "Get fsid of fs name(%s) failed.", name.c_str());
         return rsp.result();
     }
     uint64_t value = 0;
     if (!parse_fsid(rsp.value(), value)) {
-        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "Fsid(%s) of fs name(%s) is invalid.",
+        TVN_LOG_AT(here, TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_FSID, "Fsid(%s) of fs name(%s) is invalid.",
                 rsp.value().c_str(), name.c_str());
         return NFS_ERR_FSID;
     }
@@ -113,6 +108,18 @@ int32_t host_resolves(uint32_t tenant, const std::string& name) {
     if (rc != 0) return rc;
     if (rsp.status() != 0) return rsp.status();
     return rsp.hostinfos_size() > 0 ? 0 : -2;
+}
+
+void name_auth_for_oplog(tvn_store_nfs_api& api, uint32_t tenant, uint64_t auth_id, auth_client& out) {
+    tvn_nfs_get_auth_req req;
+    tvn_nfs_get_auth_rsp rsp;
+    req.set_auth_id(auth_id);
+    req.set_tenant_id(tenant);
+    if (api.get_auth(req, rsp, rpc_timeout_ms(NFS_STORE_TIMEOUT_MS)) != 0 || rsp.status().result() != 0 ||
+        !rsp.has_auth_info())
+        return;
+    out.name = rsp.auth_info().hostname();
+    out.share_id = rsp.auth_info().share_id();
 }
 
 }  // namespace tvn_nfs

@@ -19,18 +19,8 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
     if (rc != 0) return rc;
 
     auth_options opts;
-    for (uint32_t item : kModifyItems) {
-        uint32_t value = 0;
-        item_read got = read_number(req, item, value);
-        if (got == ITEM_READ_ABSENT) continue;
-        std::string why = "OM option item " + std::to_string(item) + " is not a number.";
-        rc = got == ITEM_READ_OK ? check_option(item, value, &why) : NFS_ERR_AUTH_OPTION;
-        if (rc != 0) {
-            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "%s", why.c_str());
-            return rc;
-        }
-        *option_slot(opts, item) = value;
-    }
+    rc = read_optional_options(TVN_HERE, req, vocab::kModifyItems, opts);
+    if (rc != 0) return rc;
     rc = build_modify_options(opts, m_options);
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Get options fail.");
@@ -39,6 +29,7 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
 
     auto api = open_store();
     if (!api) return NFS_ERR_NOMEM;
+    name_auth_for_oplog(*api, m_tenant, m_auth_id, m_client);
     tvn_nfs_modify_auth_req mod;
     tvn_nfs_common_rsp reply;
     mod.set_auth_id(m_auth_id);
@@ -56,5 +47,5 @@ int tvn_omitf_nfs_modify_auth::deal(void* req, void** rsp) {
 
 void tvn_omitf_nfs_modify_auth::oplog_send(int result, unsigned int number) {
     send_oplog(number, result, OPLOG_MODIFY_AUTH_OK, OPLOG_MODIFY_AUTH_FAIL, m_tenant,
-               std::to_string(m_auth_id) + "," + oplog_cut(m_options));
+               auth_oplog(m_client, m_auth_id) + "," + oplog_cut(m_options));
 }

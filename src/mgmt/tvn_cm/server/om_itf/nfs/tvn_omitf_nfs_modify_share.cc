@@ -7,17 +7,16 @@
 
 using namespace tvn_nfs;
 
-namespace {
-int32_t item_failed(uint32_t item) {
-    TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, NFS_ERR_ITEM, "Get param(%u) of modify share failed.", item);
-    return NFS_ERR_ITEM;
-}
-}  // namespace
-
 int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
-    int32_t rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
+    // The share first (its name looked up too), then the tenant, then the
+    // fields: the first failure in that order is the one reported.
+    int32_t rc = read_share_ref(TVN_HERE, req, m_share, NFS_ERR_INVALID);
     if (rc != 0) return rc;
-    rc = read_share_ref(req, m_share, NFS_ERR_INVALID);
+    rc = read_tenant(req, m_tenant, NFS_ERR_ITEM);
+    if (rc != 0) return rc;
+    auto api = open_store();
+    if (!api) return NFS_ERR_NOMEM;
+    rc = resolve_share_ref(TVN_HERE, *api, m_tenant, m_share);
     if (rc != 0) return rc;
     rc = tvn_nfs::tvn_cm_check_tenant_exist(m_tenant);
     if (rc != 0) return rc;
@@ -25,27 +24,28 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
     tvn_nfs_mod_share_req mod;
     mod.set_tenant_id(m_tenant);
 
-    std::string text;
-    item_read got = read_text(req, ITEM_DESCRIPTION, text);
-    if (got == ITEM_READ_FAILED) return item_failed(ITEM_DESCRIPTION);
-    if (got == ITEM_READ_OK) mod.set_comment(text);
+    tvn_omitf::item_reader in(req);
+    std::optional<std::string> description;
+    std::optional<uint32_t> charset, lock;
+    if ((rc = in.take(vocab::share_description, description,
+                      TVN_OM_FAIL(NFS_ERR_ITEM, "Get param(9) of modify share failed."))) != 0 ||
+        (rc = in.take(vocab::share_charset, charset, TVN_OM_FAIL(NFS_ERR_ITEM, "Get param(90) of modify share failed."))) != 0 ||
+        (rc = in.take(vocab::share_lock, lock, TVN_OM_FAIL(NFS_ERR_ITEM, "Get param(89) of modify share failed."))) != 0)
+        return rc;
+    if (description) mod.set_comment(*description);
+    if (charset) mod.set_charset_id(*charset);
+    if (lock) mod.set_lock_strategy(static_cast<int32_t>(*lock));
 
     uint32_t value = 0;
-    got = read_decimal(req, ITEM_CHARSET, value);
-    if (got == ITEM_READ_FAILED) return item_failed(ITEM_CHARSET);
-    if (got == ITEM_READ_OK) mod.set_charset_id(value);
-
-    got = read_decimal(req, ITEM_LOCK, value);
-    if (got == ITEM_READ_FAILED) return item_failed(ITEM_LOCK);
-    if (got == ITEM_READ_OK) mod.set_lock_strategy(static_cast<int32_t>(value));
-
-    got = read_snapshot_switch(req, value);
+    item_read got = read_snapshot_switch(TVN_HERE, req, value);
     if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) mod.set_snapshot_switch(value);
 
-    got = read_text(req, ITEM_AUDIT, text);
-    if (got == ITEM_READ_FAILED) return item_failed(ITEM_AUDIT);
-    if (got == ITEM_READ_OK) {
+    std::optional<std::string> audit;
+    rc = in.take(vocab::share_audit, audit, TVN_OM_FAIL(NFS_ERR_ITEM, "Get param(92) of modify share failed."));
+    if (rc != 0) return rc;
+    if (audit) {
+        const std::string& text = *audit;
         uint32_t mask = 0;
         rc = parse_audit_items(text, mask);
         if (rc == NFS_ERR_INVALID) {
@@ -59,21 +59,18 @@ int tvn_omitf_nfs_modify_share::deal(void* req, void** rsp) {
         mod.set_audit_item(mask);
     }
 
-    got = read_switch(req, ITEM_FREEZE, value);
-    if (got == ITEM_READ_FAILED) return item_failed(ITEM_FREEZE);
-    if (got == ITEM_READ_OK) mod.set_freeze(value);
+    std::optional<uint32_t> freeze;
+    rc = in.take(vocab::share_freeze, freeze, TVN_OM_FAIL(NFS_ERR_ITEM, "Get param(91) of modify share failed."));
+    if (rc != 0) return rc;
+    if (freeze) mod.set_freeze(*freeze);
 
-    got = read_fh_alignment(req, value);
+    got = read_fh_alignment(TVN_HERE, req, value);
     if (got == ITEM_READ_FAILED) return NFS_ERR_ITEM;
     if (got == ITEM_READ_OK) mod.set_fhbytealignmentsupport(value);
 
-    auto api = open_store();
-    if (!api) return NFS_ERR_NOMEM;
-    rc = resolve_share_ref(*api, m_tenant, m_share);
-    if (rc != 0) return rc;
     mod.set_share_id(m_share.id);
 
-    rc = audit_log_fs_check();
+    rc = audit_log_fs_check(TVN_HERE);
     if (rc != 0) return rc;
 
     tvn_nfs_common_rsp reply;

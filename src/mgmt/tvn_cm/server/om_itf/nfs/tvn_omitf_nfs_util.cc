@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "talvane_store_nfs.pb.h"
+#include "tvn_omitf_nfs_auth.h"
 
 namespace tvn_nfs {
 
@@ -24,23 +25,6 @@ int32_t NfsConvertErrorCode(int32_t code) {
 
 namespace {
 
-bool all_digits(std::string_view text) {
-    if (text.empty()) return false;
-    for (char c : text)
-        if (c < '0' || c > '9') return false;
-    return true;
-}
-
-template <class T>
-bool parse_digits(std::string_view text, T& out) {
-    if (!all_digits(text)) return false;
-    T value{};
-    auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (ec != std::errc() || end != text.data() + text.size()) return false;
-    out = value;
-    return true;
-}
-
 std::string_view trim(std::string_view text) {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
     while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
@@ -49,34 +33,21 @@ std::string_view trim(std::string_view text) {
 
 }  // namespace
 
-bool parse_object_id(std::string_view text, uint64_t& out) {
-    uint64_t value = 0;
-    if (!parse_digits(text, value) || value == 0) return false;
-    out = value;
-    return true;
-}
-
-bool parse_dec_u32(std::string_view text, uint32_t& out) { return parse_digits(text, out); }
-
-bool parse_dec_u64(std::string_view text, uint64_t& out) { return parse_digits(text, out); }
-
 bool parse_fsid(std::string_view text, uint64_t& out) {
     // File systems are numbered within 32 bits; the decimal number is the
     // only form the management plane writes.
     uint32_t value = 0;
-    if (!parse_digits(text, value)) return false;
+    if (!parse_dec_u32(text, value)) return false;
     out = value;
     return true;
 }
 
 bool parse_filter_dtree(std::string_view text, uint64_t& out) {
     uint32_t value = 0;
-    if (!parse_digits(text.substr(0, 64), value)) return false;
+    if (!parse_dec_u32(text.substr(0, 64), value)) return false;
     out = value;
     return true;
 }
-
-bool parse_tenant_id(std::string_view text, uint32_t& out) { return parse_digits(text, out); }
 
 std::string dtree_at_fsid(uint64_t dtree_id, uint64_t fsid) {
     return fmt::format("{}@{}", dtree_id, fsid);
@@ -138,17 +109,6 @@ std::string audit_items_text(uint32_t mask) {
 }
 
 // ---- permission options ------------------------------------------------------------
-
-const uint32_t kCreateOptionalItems[11] = {
-    ITEM_ACCESS, ITEM_SECURE, ITEM_AUTH_CHARSET, ITEM_ANON_ID, ITEM_SEC_TYPE, ITEM_NTFS_UNIX_SEC,
-    ITEM_V4ACL,  ITEM_CHOWN,  ITEM_KRB5,         ITEM_KRB5I,   ITEM_KRB5P,
-};
-
-const uint32_t kModifyItems[14] = {
-    ITEM_ACCESS, ITEM_WRITE_MODE, ITEM_ALL_SQUASH, ITEM_ROOT_SQUASH, ITEM_SECURE,
-    ITEM_AUTH_CHARSET, ITEM_ANON_ID, ITEM_CHOWN, ITEM_V4ACL, ITEM_NTFS_UNIX_SEC,
-    ITEM_SEC_TYPE, ITEM_KRB5, ITEM_KRB5I, ITEM_KRB5P,
-};
 
 std::optional<uint32_t>* option_slot(auth_options& opts, uint32_t item) {
     switch (item) {
@@ -317,7 +277,7 @@ auth_options parse_options(std::string_view options) {
     };
     auto number_of = [](std::string_view v, std::optional<uint32_t>& slot) {
         uint32_t n = 0;
-        if (parse_digits(v, n)) slot = n;
+        if (parse_dec_u32(v, n)) slot = n;
     };
 
     for (size_t start = 0; start <= options.size();) {
@@ -448,6 +408,11 @@ std::string create_share_oplog_params(const create_share_oplog& log, bool alias_
     out += log.tail;
     out += fmt::format(",{}", log.snapshot_switch);
     return out;
+}
+
+std::string auth_oplog(const auth_client& client, uint64_t auth_id) {
+    if (client.name.empty()) return std::to_string(auth_id);
+    return oplog_cut(client.name) + "," + std::to_string(client.share_id);
 }
 
 std::string oplog_with_result(std::string params, int32_t result) {

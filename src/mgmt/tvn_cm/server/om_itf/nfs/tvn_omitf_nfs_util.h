@@ -13,36 +13,14 @@
 #include <string_view>
 #include <vector>
 
+#include "common/tvn_omitf_command.h"
+#include "common/tvn_omitf_items.h"
+#include "tvn_omitf_nfs_vocab.h"
+
 class mul_vstore_nfs_share;
 class mul_vstore_nfs_share_permission;
 
 namespace tvn_nfs {
-
-// ---- codes --------------------------------------------------------------------
-
-enum : int32_t {
-    NFS_ERR_ITEM = -1,              // item unreadable, answer item not formatted
-    NFS_ERR_PARAM_RANGE = -5,       // tenant text, range, audit items 0/1 combined
-    NFS_ERR_NOMEM = -6,             // store client or notification not allocated
-    NFS_ERR_ANON_ID = -7,           // anonymous id above 4294967294
-    NFS_ERR_INVALID = -22,          // share name or audit-item list empty
-    NFS_ERR_GET_SHARE_PATH = -14001,
-    NFS_ERR_SHARE_NAME = -14020,
-    NFS_ERR_ACCESS_NAME = -14040,
-    NFS_ERR_AUTH_OPTION = -14042,
-    NFS_ERR_AUTH_OPTIONS_BUILD = -14043,
-    NFS_ERR_CLIENT_LOOKUP = -14053,
-    NFS_ERR_NO_SHARE_PATH = -14073,
-    NFS_ERR_SHARE_ID = -14074,
-    NFS_ERR_AUTH_ID = -14075,
-    NFS_ERR_FSID = -14078,
-    NFS_ERR_QUERY_COND = -14082,
-};
-
-// Codes of the file-system name look-up that reach the OM unchanged.
-inline constexpr int32_t NFS_HYPER_PAIR_NOT_READY = static_cast<int32_t>(0xBFFE6FD9u);
-inline constexpr int32_t NFS_HYPER_PAIR_NOT_EXIST = static_cast<int32_t>(0xBFFE6FA9u);
-inline constexpr int32_t NFS_FS_REMOTE_COPY_ALTERNATE = static_cast<int32_t>(0xBFFE6FD2u);
 
 // Maps a failed file-system name look-up to the command's result.
 int32_t NfsConvertErrorCode(int32_t code);
@@ -55,68 +33,60 @@ inline constexpr uint32_t NFS_SHARE_OBJ_TYPE = 16401;
 inline constexpr uint32_t NFS_AUTH_OBJ_TYPE = 16402;
 
 // Message-object constructor arguments of the answers and notifications.
-inline constexpr uint32_t NFS_MSG_RECORDS = 1;
-inline constexpr uint32_t NFS_MSG_ITEMS = 4091;
+inline constexpr uint32_t NFS_MSG_RECORDS = tvn_omitf::TVN_OM_MSG_RECORDS;
+inline constexpr uint32_t NFS_MSG_ITEMS = tvn_omitf::TVN_OM_MSG_ITEMS;
 inline constexpr uint32_t NFS_AUTH_ACK_ITEMS = 84;
 
+// Item ids by what they mean to these commands; the declarations (type,
+// values, option name) are in tvn_omitf_nfs_vocab.h.
 enum nfs_item : uint32_t {
-    ITEM_OBJ_TYPE = 0,
-    ITEM_ID = 1,
-    ITEM_NAME = 2,          // share alias; access name of a permission
-    ITEM_PARENT_ID = 4,     // share of a permission
-    ITEM_DESCRIPTION = 9,
-    ITEM_COUNT = 10,
-    ITEM_QUERY = 22,
-    ITEM_SORT = 23,
-    ITEM_RANGE = 24,
-    ITEM_PATH = 64,         // share path; share name
-    ITEM_FSID = 65,         // share: file system; permission: access
-    ITEM_LOCK = 89,
-    ITEM_CHARSET = 90,
-    ITEM_FREEZE = 91,
-    ITEM_AUDIT = 92,
-    ITEM_SNAPSHOT = 93,
-    ITEM_FSNAME = 98,
-    ITEM_DTREE = 99,
-    ITEM_FH_ALIGN = 101,
-    ITEM_TENANT = 4090,
+    ITEM_OBJ_TYPE = tvn_om_common::kMsgType.id,
+    ITEM_ID = vocab::share_id.id,
+    ITEM_NAME = vocab::client_name.id,  // share alias; access name of a permission
+    ITEM_PARENT_ID = vocab::client_share_id.id,
+    ITEM_DESCRIPTION = vocab::share_description.id,
+    ITEM_COUNT = tvn_om_common::kCount.id,
+    ITEM_QUERY = tvn_om_common::kQuery.id,
+    ITEM_SORT = tvn_om_common::kSort.id,
+    ITEM_RANGE = tvn_om_common::kRange.id,
+    ITEM_PATH = vocab::share_path.id,  // share path; share name
+    ITEM_FSID = vocab::share_fsid.id,  // share: file system; permission: access
+    ITEM_LOCK = vocab::share_lock.id,
+    ITEM_CHARSET = vocab::share_charset.id,
+    ITEM_FREEZE = vocab::share_freeze.id,
+    ITEM_AUDIT = vocab::share_audit.id,
+    ITEM_SNAPSHOT = vocab::share_snapshot.id,
+    ITEM_FSNAME = vocab::share_fs_name.id,
+    ITEM_DTREE = vocab::share_dtree.id,
+    ITEM_FH_ALIGN = vocab::share_fh_alignment.id,
+    ITEM_TENANT = tvn_om_common::kTenant.id,
 
     // Permission options, one number each.
-    ITEM_ACCESS = 65,
-    ITEM_WRITE_MODE = 66,
-    ITEM_ALL_SQUASH = 68,
-    ITEM_ROOT_SQUASH = 69,
-    ITEM_SECURE = 70,
-    ITEM_AUTH_CHARSET = 71,
-    ITEM_ANON_ID = 72,
-    ITEM_CHOWN = 73,
-    ITEM_V4ACL = 74,
-    ITEM_NTFS_UNIX_SEC = 75,
-    ITEM_SEC_TYPE = 77,
-    ITEM_KRB5 = 78,
-    ITEM_KRB5I = 79,
-    ITEM_KRB5P = 80,
+    ITEM_ACCESS = vocab::client_access.id,
+    ITEM_WRITE_MODE = vocab::client_write_mode.id,
+    ITEM_ALL_SQUASH = vocab::client_all_squash.id,
+    ITEM_ROOT_SQUASH = vocab::client_root_squash.id,
+    ITEM_SECURE = vocab::client_secure.id,
+    ITEM_AUTH_CHARSET = vocab::client_charset.id,
+    ITEM_ANON_ID = vocab::client_anon_id.id,
+    ITEM_CHOWN = vocab::client_chown.id,
+    ITEM_V4ACL = vocab::client_v4acl.id,
+    ITEM_NTFS_UNIX_SEC = vocab::client_ntfs_unix_sec.id,
+    ITEM_SEC_TYPE = vocab::client_sec.id,
+    ITEM_KRB5 = vocab::client_krb5.id,
+    ITEM_KRB5I = vocab::client_krb5i.id,
+    ITEM_KRB5P = vocab::client_krb5p.id,
     // Answer-only items of a permission.
-    ITEM_VPC_ID = 81,
-    ITEM_PRIORITY = 82,
+    ITEM_VPC_ID = vocab::client_vpc_id.id,
+    ITEM_PRIORITY = vocab::client_priority.id,
 };
 
-// Item types of the OM message objects.
-enum nfs_item_type : uint32_t {
-    TYPE_STRING = 2,
-    TYPE_UNSIGNED = 3,
-    TYPE_BOOL = 5,
-    TYPE_ENUM = 6,
-    TYPE_STRING8 = 8,
-};
-
-// One answer item as text, in the form the message-item writers take it.
-struct answer_item {
-    uint32_t id;
-    uint32_t type;
-    std::string value;
-    bool operator==(const answer_item&) const = default;
-};
+using tvn_omitf::answer_item;
+using tvn_omitf::TYPE_BOOL;
+using tvn_omitf::TYPE_ENUM;
+using tvn_omitf::TYPE_STRING;
+using tvn_omitf::TYPE_STRING8;
+using tvn_omitf::TYPE_UNSIGNED;
 
 // The items of one share in a get or list answer.
 std::vector<answer_item> share_answer_items(const mul_vstore_nfs_share& share);
@@ -125,19 +95,15 @@ std::vector<answer_item> auth_answer_items(const mul_vstore_nfs_share_permission
 
 // ---- identifiers ---------------------------------------------------------------
 
-// A share or permission identifier: decimal digits only, 1 to 2^64 - 1.
-bool parse_object_id(std::string_view text, uint64_t& out);
-// Decimal digits only, 0 to 4294967295.
-bool parse_dec_u32(std::string_view text, uint32_t& out);
-// Decimal digits only, 0 to 2^64 - 1.
-bool parse_dec_u64(std::string_view text, uint64_t& out);
+using tvn_omitf::parse_dec_u32;
+using tvn_omitf::parse_dec_u64;
+using tvn_omitf::parse_object_id;
+using tvn_omitf::parse_tenant_id;
 // A file-system identifier as the management plane writes it.
 bool parse_fsid(std::string_view text, uint64_t& out);
 // A dtree identifier of a filter: the text cut to its first 64 characters,
 // then 0 to 4294967295.
 bool parse_filter_dtree(std::string_view text, uint64_t& out);
-// The tenant text of item 4090: digits of a vStore identifier.
-bool parse_tenant_id(std::string_view text, uint32_t& out);
 // "%llu@%llu": dtree id and file system of an answer.
 std::string dtree_at_fsid(uint64_t dtree_id, uint64_t fsid);
 
@@ -180,11 +146,6 @@ inline constexpr uint32_t NFS_ANON_NOT_SET = 65534;
 inline constexpr uint32_t NFS_ANON_MAX = 4294967294u;
 inline constexpr uint32_t NFS_MODIFY_OPTS_FLAG = 1063;
 
-// The permission option items in the order create reads them after the two
-// squash flags, and in the order modify reads all of them.
-extern const uint32_t kCreateOptionalItems[11];
-extern const uint32_t kModifyItems[14];
-
 // The slot of auth_options that holds an item, or nullptr for other items.
 std::optional<uint32_t>* option_slot(auth_options& opts, uint32_t item);
 
@@ -210,12 +171,7 @@ bool access_name_is_host(std::string_view name);
 
 // ---- list answers ----------------------------------------------------------------
 
-inline constexpr size_t NFS_ACK_SIZE_LIMIT = 57344;
-inline constexpr size_t NFS_ACK_RECORD_RESERVE = 2408;
-// Whether one more record fits into an answer of this size.
-inline bool ack_has_room(size_t current_size) {
-    return current_size + NFS_ACK_RECORD_RESERVE <= NFS_ACK_SIZE_LIMIT;
-}
+using tvn_omitf::ack_has_room;
 
 // ---- operation log ----------------------------------------------------------------
 

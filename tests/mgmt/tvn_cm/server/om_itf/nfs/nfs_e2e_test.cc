@@ -158,7 +158,8 @@ TEST_F(NfsE2E, PermissionCommandsRefuseBadRequestsWithTheirCodes) {
         {"security type 3", base().u(77, 3), -14042},
         {"krb5p 4", base().u(80, 4), -14042},
         {"modify write mode 2", request(kAuthModify).s(1, aid).u(66, 2), -14042},
-        {"modify access as text", request(kAuthModify).s(1, aid).s(65, "rw"), -14042},
+        // Options of another type are skipped, so this modify has nothing to send.
+        {"modify access as text", request(kAuthModify).s(1, aid).s(65, "rw"), -14043},
         {"modify chown 7", request(kAuthModify).s(1, aid).u(73, 7), -14042},
         {"modify nothing", request(kAuthModify).s(1, aid), -14043},
         {"host that does not resolve", base("nohost.example.invalid"), -14053},
@@ -351,6 +352,43 @@ TEST_F(NfsE2E, ModifySendsOnlyTheGivenWordsWithFlag1063) {
         EXPECT_EQ(after->options(), expected) << c.name;
         EXPECT_EQ(after->opts_flag(), 1063u) << c.name;
     }
+}
+
+// Option items count only as unsigned numbers: one sent as an enumeration
+// is skipped, in create as in modify, and never read as its number.
+TEST_F(NfsE2E, OptionItemsOfAnotherTypeAreSkippedNotRefused) {
+    uint64_t share = create_share("/fs1/typed");
+    uint64_t auth = create_auth(share, "client2", [](request& r) { r.e(65, 1).s(70, "0"); });
+    store st;
+    auto created = st.auth(auth);
+    ASSERT_TRUE(created);
+    EXPECT_EQ(created->options().rfind("sync,all_squash,root_squash,ro,insecure,", 0), 0u) << created->options();
+
+    om_answer a = node().call(request(kAuthModify).s(1, std::to_string(auth)).e(65, 1).u(66, 1));
+    ASSERT_TRUE(a.ok()) << a.result();
+    auto modified = st.auth(auth);
+    ASSERT_TRUE(modified);
+    EXPECT_NE(modified->options().find("async"), std::string::npos) << modified->options();
+    EXPECT_EQ(modified->options().find(",rw"), std::string::npos) << modified->options();
+
+    // With nothing readable left there is nothing to send.
+    EXPECT_EQ(node().call(request(kAuthModify).s(1, std::to_string(auth)).e(65, 1)).result(), -14043);
+}
+
+// Modify share reads the share (and looks its name up), then the tenant,
+// then the fields: the first failure in that order is the one reported.
+TEST_F(NfsE2E, ModifyShareReportsTheFirstFailureInItsOrder) {
+    uint64_t share = create_share("/fs1/order");
+    expect_rows({
+        {"bad id before bad tenant", request(kShareModify).s(1, "x").s(4090, "t"), -14074},
+        {"empty name before bad tenant", request(kShareModify).s(64, "").s(4090, "t"), -22},
+        {"bad tenant before unknown name", request(kShareModify).s(64, "/fs1/none").s(4090, "t"), -5},
+        {"unknown name before bad field", request(kShareModify).s(64, "/fs1/none").u(9, 1), -14020},
+        {"known name, bad field", request(kShareModify).s(64, "/fs1/order").u(9, 1), -1},
+        {"bad tenant before bad field", request(kShareModify).s(1, std::to_string(share)).s(4090, "t").u(9, 1), -5},
+    });
+    store st;
+    EXPECT_EQ(st.share(share)->comment(), "");
 }
 
 TEST_F(NfsE2E, GetAndListDecodeTheOptionListIntoItems) {
@@ -572,7 +610,7 @@ TEST_F(NfsE2E, OperationLogAndNotificationOfEveryChange) {
     ASSERT_TRUE(node().call(request(kAuthModify).s(1, aid).u(65, 0)).ok());
     log = last_oplog();
     EXPECT_EQ(log["id"], "0x200f4044004a");
-    EXPECT_EQ(log["text"], "0," + aid + ",ro");
+    EXPECT_EQ(log["text"], "0,client1," + id + ",ro") << "a modify names the client and share, as create does";
     ev = one_event();
     EXPECT_EQ(ev.record(0).opcode(), 0xD00C90035ULL);
     EXPECT_EQ(item(ev, 1), aid);
@@ -580,7 +618,7 @@ TEST_F(NfsE2E, OperationLogAndNotificationOfEveryChange) {
     ASSERT_TRUE(node().call(request(kAuthDelete).s(1, aid)).ok());
     log = last_oplog();
     EXPECT_EQ(log["id"], "0x200f40440048");
-    EXPECT_EQ(log["text"], "0," + aid);
+    EXPECT_EQ(log["text"], "0,client1," + id) << "a delete by id names the client and share";
     ev = one_event();
     EXPECT_EQ(ev.record(0).opcode(), 0xD00C90036ULL);
     EXPECT_EQ(item(ev, 1), aid);
@@ -682,9 +720,10 @@ TEST_F(NfsE2E, TvnOmNamedCommands) {
         std::vector<std::string> shows;
     } const cases[] = {
         {{"nfs", "share", "create", "--path", "/fs1/tool", "--fsid", "1", "--description", "by tool"}, 0,
-         {"SHARE ID", "PATH", "/fs1/tool"}},
+         {"share 1 (/fs1/tool) created"}},
         {{"nfs", "share", "create", "--path", "/fs2/tool", "--fs-name", "fs2", "--snapshot", "on"}, 0, {"/fs2/tool"}},
-        {{"nfs", "share", "modify", "--name", "/fs1/tool", "--audit-items", "2,3", "--freeze", "on"}, 0, {"ack"}},
+        {{"nfs", "share", "modify", "--name", "/fs1/tool", "--audit-items", "2,3", "--freeze", "on"}, 0,
+         {"ack", "share 1 (/fs1/tool) modified"}},
         {{"nfs", "share", "list"}, 0,
          {"FILE SYSTEM", "DTREE", "DESCRIPTION", "SWITCHES", "1 (fs1)", "by tool", "freeze=on", "audit=[2,3]",
           "snapshot=on", "2 shares"}},
@@ -697,7 +736,7 @@ TEST_F(NfsE2E, TvnOmNamedCommands) {
         {{"nfs", "share", "create", "--fsid", "1"}, 2, {}},
         {{"nfs", "client", "create", "--client", "client1", "--share-name", "/fs1/tool", "--all-squash", "no",
           "--root-squash", "yes", "--access", "rw", "--anon-id", "1000", "--sec", "none:unix"},
-         0, {"CLIENT ID"}},
+         0, {"client permission 1 (client1) created"}},
         {{"nfs", "client", "create", "--client", "nohost", "--share-id", "1", "--all-squash", "no", "--root-squash",
           "no"},
          1, {"-14053 (the client's host name does not resolve)"}},
@@ -710,9 +749,11 @@ TEST_F(NfsE2E, TvnOmNamedCommands) {
           "sec=none:unix", "krb5=rw/na/na"}},
         {{"nfs", "client", "get", "--id", "1"}, 0, {"client1", "1 (/fs1/tool)"}},
         {{"nfs", "client", "count", "--access", "rw"}, 0, {"count: 1"}},
-        {{"nfs", "client", "delete", "--client", "client1", "--share-name", "/fs1/tool"}, 0, {"ack"}},
+        {{"nfs", "client", "delete", "--client", "client1", "--share-name", "/fs1/tool"}, 0,
+         {"client permission 1 (client1) deleted"}},
         {{"nfs", "client", "count"}, 0, {"count: 0"}},
-        {{"nfs", "share", "delete", "--id", "1"}, 0, {"ack"}},
+        {{"nfs", "share", "delete", "--id", "1"}, 0, {"share 1 deleted"}},
+        {{"nfs", "share", "get", "--id", "1"}, 1, {"result -2 (not found (sibling daemon))"}},
         {{"nfs", "share", "delete", "--id", "1", "--name", "x"}, 2, {}},
     };
     for (const auto& c : cases) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "nfs/tvn_omitf_nfs_vocab.h"
 #include "talvane_store_nfs.pb.h"
 #include "tvn_store_nfs_api.h"
 #include "tvn_test_node.h"
@@ -23,17 +24,19 @@ using request = tvn_test::om_request;
 
 inline constexpr int kRpcTimeoutMs = tvn_test::kNodeRpcTimeoutMs;
 
-// Operation codes.
-inline constexpr uint64_t kShareCreate = 0xd40114000ULL, kShareDelete = 0xd40116000ULL,
-                          kShareGet = 0xd40110000ULL, kShareModify = 0xd40112000ULL,
-                          kShareList = 0xd4011c000ULL, kShareCount = 0xd4011e000ULL;
-inline constexpr uint64_t kAuthCreate = 0xd40194000ULL, kAuthDelete = 0xd40196000ULL,
-                          kAuthGet = 0xd40190000ULL, kAuthModify = 0xd40192000ULL,
-                          kAuthList = 0xd4019c000ULL, kAuthCount = 0xd4019e000ULL;
+// Operation codes, as the NFS family declares them.
+namespace vocab = tvn_nfs::vocab;
+inline constexpr uint64_t kShareCreate = vocab::share_create.code, kShareDelete = vocab::share_delete.code,
+                          kShareGet = vocab::share_get.code, kShareModify = vocab::share_modify.code,
+                          kShareList = vocab::share_list.code, kShareCount = vocab::share_count.code;
+inline constexpr uint64_t kAuthCreate = vocab::client_create.code, kAuthDelete = vocab::client_delete.code,
+                          kAuthGet = vocab::client_get.code, kAuthModify = vocab::client_modify.code,
+                          kAuthList = vocab::client_list.code, kAuthCount = vocab::client_count.code;
 // The second code of each share command.
-inline constexpr uint64_t kShareCreate2 = 0xd88c64000ULL, kShareDelete2 = 0xd88c66000ULL,
-                          kShareGet2 = 0xd88c60000ULL, kShareModify2 = 0xd88c62000ULL,
-                          kShareList2 = 0xd88c6c000ULL, kShareCount2 = 0xd88c6e000ULL;
+inline constexpr uint64_t kShareCreate2 = vocab::share_create.second_code,
+                          kShareDelete2 = vocab::share_delete.second_code,
+                          kShareGet2 = vocab::share_get.second_code, kShareModify2 = vocab::share_modify.second_code,
+                          kShareList2 = vocab::share_list.second_code, kShareCount2 = vocab::share_count.second_code;
 
 // Runs tvn_om with the given arguments; its exit status and output.
 inline tool_run run_tvn_om(const std::string& /*root*/, const std::vector<std::string>& args) {
