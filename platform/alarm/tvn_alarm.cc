@@ -50,12 +50,12 @@ int32_t ALM_SendAlarm(uint32_t module, uint64_t alarm_id, uint32_t kind, const c
     std::lock_guard<std::mutex> lock(mutex);
     std::string path = tvn::alarm_file_path();
     if (int rc = tvn::make_parent_dirs(path); rc != 0) return rc;
-    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640);
-    if (fd < 0) return -errno;
+    int fd = tvn::open_append_regular(path);
+    if (fd < 0) return fd;
     struct stat st {};
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+    if (::fstat(fd, &st) != 0) {
         ::close(fd);
-        return -EINVAL;
+        return -EIO;
     }
     if (static_cast<uint64_t>(st.st_size) + line.size() > tvn::kAlarmFileMax) {
         // Rotate: alarm.jsonl.1 is the newest old file; the oldest falls off.

@@ -67,14 +67,8 @@ int TvnLogInitFile(uint32_t log_module, int level, const char* dir, const char* 
     int rc = tvn::make_dirs(folder, 0755);
     if (rc != 0) return rc;
     std::string path = folder + "/" + file_name;
-    // Never through a planted link; a fixed mode whatever the umask was.
-    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0640);
-    if (fd < 0) return -errno;
-    struct stat st {};
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
-        ::close(fd);
-        return -EINVAL;
-    }
+    int fd = tvn::open_append_regular(path);
+    if (fd < 0) return fd;
     FILE* f = ::fdopen(fd, "a");
     if (f == nullptr) {
         int err = errno;

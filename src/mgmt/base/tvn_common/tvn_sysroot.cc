@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace tvn {
 
@@ -42,6 +44,18 @@ int make_parent_dirs(const std::string& file_path, unsigned mode) {
     auto slash = file_path.rfind('/');
     if (slash == std::string::npos || slash == 0) return 0;
     return make_dirs(file_path.substr(0, slash), mode);
+}
+
+int open_append_regular(const std::string& path, unsigned mode) {
+    int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
+                    static_cast<mode_t>(mode));
+    if (fd < 0) return -errno;
+    struct stat st {};
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        ::close(fd);
+        return -EINVAL;
+    }
+    return fd;
 }
 
 }  // namespace tvn

@@ -17,5 +17,9 @@ int make_dirs(const std::string& path, unsigned mode = 0755);
 
 // Creates the missing parent folders of a file. 0 or -errno.
 int make_parent_dirs(const std::string& file_path, unsigned mode = 0755);
+// Opens a log-like file for appending: never through a planted link, with a
+// fixed mode whatever the umask, and only a regular file. The descriptor,
+// or -errno (-EINVAL for something that is not a regular file).
+int open_append_regular(const std::string& path, unsigned mode = 0640);
 
 }  // namespace tvn
