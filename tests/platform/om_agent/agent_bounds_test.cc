@@ -29,6 +29,7 @@
 #include "tvn_om_endpoint.h"
 #include "tvn_om_msg.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_node.h"
 #include "tvn_test_files.h"
 #include "tvn_test_net.h"
 #include "tvn_test_process.h"
@@ -92,18 +93,9 @@ void entry(void* ctx, const void* data, unsigned int length) {
 }
 
 std::string command(uint64_t opcode, size_t padding = 0) {
-    OmMessage m;
-    auto* r = m.add_record();
-    r->set_opcode(opcode);
-    auto* it = r->add_item();
-    it->set_id(0);
-    it->set_u32(0);
-    if (padding > 0) {
-        auto* pad = r->add_item();
-        pad->set_id(64);
-        pad->set_str(std::string(padding, 'x'));
-    }
-    return m.SerializeAsString();
+    tvn_test::om_request r(opcode);
+    if (padding > 0) r.s(64, std::string(padding, 'x'));
+    return r.message().SerializeAsString();
 }
 
 int result_of(const std::string& bytes) {

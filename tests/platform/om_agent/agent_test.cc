@@ -16,6 +16,7 @@
 #include "tvn_om_endpoint.h"
 #include "tvn_om_msg.h"
 #include "tvn_omm_agent.h"
+#include "tvn_test_node.h"
 #include "tvn_test_service_files.h"
 
 namespace {
@@ -92,15 +93,7 @@ int32_t cfg_fn(MSG_CFG_S* cfg) {
     return 0;
 }
 
-std::string command(uint64_t opcode) {
-    OmMessage m;
-    auto* r = m.add_record();
-    r->set_opcode(opcode);
-    auto* it = r->add_item();
-    it->set_id(0);
-    it->set_u32(0);
-    return m.SerializeAsString();
-}
+std::string command(uint64_t opcode) { return tvn_test::om_request(opcode).message().SerializeAsString(); }
 
 OmReply parse(const std::string& bytes) {
     OmReply r;

@@ -63,6 +63,11 @@ inline bool ack_has_room(size_t current_size) {
     return current_size + TVN_OM_ACK_RECORD_RESERVE <= TVN_OM_ACK_SIZE_LIMIT;
 }
 
+// A failed command's operation-log parameters: "," and the code appended.
+inline std::string oplog_with_result(std::string params, int32_t result) {
+    return params + "," + std::to_string(result);
+}
+
 inline constexpr uint32_t ITEM_ID = 1;
 inline constexpr uint32_t ITEM_SORT = 23;
 inline constexpr uint32_t ITEM_RANGE = 24;
@@ -200,7 +205,7 @@ protected:
     // failure event with "," and the code after the parameters.
     static void send_oplog(unsigned int number, int result, uint64_t ok_event, uint64_t fail_event, uint32_t tenant,
                            std::string params) {
-        if (result != 0) params += "," + std::to_string(result);
+        if (result != 0) params = tvn_omitf::oplog_with_result(std::move(params), result);
         tvn_send_operation(number, result == 0 ? ok_event : fail_event, tenant, params);
     }
 

@@ -415,9 +415,4 @@ std::string auth_oplog(const auth_client& client, uint64_t auth_id) {
     return oplog_cut(client.name) + "," + std::to_string(client.share_id);
 }
 
-std::string oplog_with_result(std::string params, int32_t result) {
-    params += fmt::format(",{}", result);
-    return params;
-}
-
 }  // namespace tvn_nfs

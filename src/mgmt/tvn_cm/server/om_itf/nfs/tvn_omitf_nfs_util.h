@@ -213,7 +213,6 @@ struct create_share_oplog {
 // Parameter text of a share create; the alias only when the "alias"
 // feature is on.
 std::string create_share_oplog_params(const create_share_oplog& log, bool alias_feature);
-// A failure appends "," and the code.
-std::string oplog_with_result(std::string params, int32_t result);
+using tvn_omitf::oplog_with_result;
 
 }  // namespace tvn_nfs
