@@ -7,8 +7,6 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -41,7 +39,6 @@ using namespace std::chrono_literals;
 
 using tvn_test::eventually;
 using tvn_test::scoped_env;
-using tvn_test::wait_child;
 
 enum : uint64_t { kAck = 1, kBlock = 2, kCount = 3, kNotify = 4 };
 
@@ -263,39 +260,14 @@ TEST_F(AgentBounds, IdleConnectionsUnderALowDescriptorLimitLeaveRoomForCommands)
     low.rlim_cur = 256;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
     start(MSG_CFG_S{});
-    int port = port_of(endpoint_);
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    pid_t child = ::fork();
-    if (child == 0) {
-        // A fresh context of the child's own; nothing of the parent's is used.
-        rlimit big{4096, 4096};
-        ::setrlimit(RLIMIT_NOFILE, &big);
-        zmq::context_t ctx;
-        std::vector<zmq::socket_t> idle;
-        for (int i = 0; i < 300; ++i) {
-            idle.emplace_back(ctx, zmq::socket_type::dealer);
-            idle.back().set(zmq::sockopt::linger, 0);
-            idle.back().set(zmq::sockopt::reconnect_ivl, -1);
-            idle.back().connect(tvn_test::tcp_endpoint(port));
-        }
-        std::this_thread::sleep_for(500ms);  // let them all connect
-        char c = 1;
-        (void)!::write(ready[1], &c, 1);
-        ::pause();
-        ::_exit(0);
-    }
-    ::close(ready[1]);
-    char ok = 0;
-    EXPECT_EQ(::read(ready[0], &ok, 1), 1);
-    EXPECT_TRUE(ok);
-    ::close(ready[0]);
+    // A process of its own, not a fork of this multi-threaded one.
+    tvn_test::process peers({tvn_test::bin_path("tvn_test_zmq_peers"), "idle",
+                             std::to_string(port_of(endpoint_)), "300"});
+    ASSERT_TRUE(peers.wait_for_output("ready", 30s)) << peers.err();
     int answered = 0;
     for (int i = 0; i < 7; ++i) answered += call(command(kCount), 5000) == 0 ? 1 : 0;
     EXPECT_EQ(answered, 7);
-    ::kill(child, SIGKILL);
-    int status = 0;
-    wait_child(child, status);
+    peers.kill_now();
     ::setrlimit(RLIMIT_NOFILE, &saved);
 }
 
@@ -319,27 +291,8 @@ TEST_F(AgentBounds, ASubscriberFloodLeavesTheFeedsMemoryBounded) {
     };
     ASSERT_TRUE(notified());
     const long before = rss_kb();
-    pid_t child = ::fork();
-    if (child == 0) {
-        zmq::context_t ctx;
-        {
-            zmq::socket_t flood(ctx, zmq::socket_type::sub);
-            flood.set(zmq::sockopt::linger, 1000);
-            flood.connect(events);
-            std::string topic(56, 'a');
-            for (int i = 0; i < 200000; ++i) flood.set(zmq::sockopt::subscribe, topic + std::to_string(1000000 + i));
-            for (int i = 0; i < 50; ++i) {
-                zmq::socket_t big(ctx, zmq::socket_type::sub);
-                big.set(zmq::sockopt::linger, 200);
-                big.set(zmq::sockopt::subscribe, std::string(1024, static_cast<char>('a' + i % 26)));
-                big.connect(events);
-            }
-        }
-        ::_exit(0);
-    }
-    int status = 0;
-    ASSERT_TRUE(wait_child(child, status, 30s));
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    tvn_test::process flood({tvn_test::bin_path("tvn_test_zmq_peers"), "flood", events});
+    ASSERT_EQ(flood.wait(30s), 0) << flood.err();
     ASSERT_TRUE(notified());
     const long after = rss_kb();
     EXPECT_LT(after - before, 32 * 1024) << "RSS before " << before << " kB, after " << after << " kB";
