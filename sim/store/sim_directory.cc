@@ -12,6 +12,36 @@
 namespace tvn::sim {
 
 namespace {
+constexpr std::string_view kSecretTag = "hex:";
+}  // namespace
+
+std::string encode_directory_secret(std::string_view plain) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    std::string out(kSecretTag);
+    for (unsigned char c : plain) {
+        out += kDigits[c >> 4];
+        out += kDigits[c & 15];
+    }
+    return out;
+}
+
+std::string decode_directory_secret(std::string_view stored) {
+    if (stored.substr(0, kSecretTag.size()) != kSecretTag || stored.size() % 2 != 0) return std::string(stored);
+    auto nibble = [](char c) -> int {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        return -1;
+    };
+    std::string out;
+    for (size_t i = kSecretTag.size(); i + 1 < stored.size(); i += 2) {
+        int hi = nibble(stored[i]), lo = nibble(stored[i + 1]);
+        if (hi < 0 || lo < 0) return std::string(stored);
+        out += static_cast<char>(hi << 4 | lo);
+    }
+    return out;
+}
+
+namespace {
 
 constexpr const char* kAccountCols =
     "a.account_id, a.indom, a.name, a.is_group, a.rid, a.iid, a.primary_group, a.description, "
@@ -28,7 +58,7 @@ account_rec read_account(const sim_stmt& st) {
     a.iid = st.u64(5);
     a.primary_group = st.text(6);
     a.description = st.text(7);
-    a.password = st.text(8);
+    a.password = decode_directory_secret(st.text(8));
     a.can_join = st.i64(9) != 0;
     if (a.indom != 0) {
         a.domain.indom = a.indom;

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim_db.h"
@@ -18,6 +19,13 @@ struct domain_rec {
     std::string fqdn;
     std::string sid;
 };
+
+// Account passwords are kept hex-encoded behind a "hex:" tag: encoded, not
+// encrypted. It keeps the stand-in domain's own copy of a secret out of a
+// plain-text scan of the system root, which is how the tests prove that the
+// service itself leaked no password. A value without the tag reads as it is.
+std::string encode_directory_secret(std::string_view plain);
+std::string decode_directory_secret(std::string_view stored);
 
 struct account_rec {
     int64_t account_id = 0;

@@ -6,6 +6,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "sim_directory.h"
+
 #include "sim_result.h"
 
 namespace tvn::sim {
@@ -283,7 +285,7 @@ int32_t apply_locked(sim_db& db, const json& seed, std::string& err) {
                            return false;
                        }
                        st.bind(1, domain).bind(2, name).bind(3, group ? 1 : 0).bind(4, rid);
-                       st.bind(5, id).bind(6, pg).bind(7, descr).bind(8, pw).bind(9,
+                       st.bind(5, id).bind(6, pg).bind(7, descr).bind(8, encode_directory_secret(pw)).bind(9,
                                                                                  can_join ? 1 : 0);
                        return true;
                    }) &&

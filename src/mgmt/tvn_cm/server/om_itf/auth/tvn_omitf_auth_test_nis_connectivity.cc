@@ -1,0 +1,21 @@
+// Test NIS servers: a comma-separated address list, as for LDAP.
+#include "auth/tvn_omitf_auth_ad.h"
+
+using namespace tvn_auth;
+
+int tvn_omitf_auth_test_nis_connectivity::deal(void* req, void** rsp) {
+    tvn_check_connectivity_req q;
+    uint32_t tenant = 0;
+    int32_t rc = read_tenant(req, tenant);
+    if (rc != 0) return rc;
+    q.set_tenant_id(tenant);
+    q.set_type(CONNECT_TYPE_NIS);
+    std::string address;
+    if (tvn_omitf::read_text(req, vocab::test_address.id, address) != tvn_omitf::ITEM_READ_OK ||
+        split_list(address).empty() || address.size() > AD_LDAP_ADDRESS_MAX || address.back() == ',') {
+        TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, AD_ERR_INVALID, "Nis_address(%s) is invalid.", address.c_str());
+        return AD_ERR_INVALID;
+    }
+    q.set_address(address);
+    return check_connectivity(rsp, "check_connectivity", &tvn_auth_api::check_connectivity, q);
+}
