@@ -295,7 +295,15 @@ SIM_RPC_IMPL(sim_lookup_service, lookup_dcinfo, tvn_lookup_dcinfo_req, tvn_looku
         rsp->set_status(SIM_ERR_INVALID);
         return;
     }
-    for (const auto& dc : store_.dir.controllers(dom->indom)) {
+    // The preferred controller ("pref_dc", by host name) comes first; a
+    // detect-one probe finds only the controller of the given address, and
+    // the cached and detected lists are the same table.
+    auto dcs = store_.dir.controllers(dom->indom);
+    const std::string pref = store_.conf.tenant_value(req->tenant_id(), "pref_dc");
+    std::stable_partition(dcs.begin(), dcs.end(), [&](const dc_rec& dc) {
+        return !pref.empty() && upper(dc.hostname) == upper(pref);
+    });
+    for (const auto& dc : dcs) {
         if (one && dc.ip != req->dc_ip()) continue;
         auto* d = rsp->add_dcinfo();
         d->set_hostname(dc.hostname);
