@@ -33,22 +33,7 @@ int TvnOmitfUsersGetAdSource::deal(void* req, void** rsp) {
     }
 
     tvn_lookup_userinfo_rsp found;
-    if (!sid.empty()) {
-        tvn_lookup_userinfo_by_sid_req q;
-        q.set_tenant_id(tenant);
-        q.set_sid(sid);
-        q.set_dest(LOOKUP_ON_AD);
-        rc = ask(auth(), &tvn_auth_api::lookup_userinfo_by_sid, "lookup_userinfo_by_sid", q, found,
-                 AD_LOOKUP_TIMEOUT_MS);
-    } else {
-        tvn_lookup_userinfo_by_name_req q;
-        q.set_tenant_id(tenant);
-        q.set_name(name);
-        q.set_dest(LOOKUP_ON_AD);
-        q.set_type(type == 1 ? LOOKUP_TYPE_GROUP : LOOKUP_TYPE_USER);
-        rc = ask(auth(), &tvn_auth_api::lookup_userinfo_by_name, "lookup_userinfo_by_name", q, found,
-                 AD_LOOKUP_TIMEOUT_MS);
-    }
+    rc = lookup_account(tenant, sid, name, LOOKUP_ON_AD, type == 1 ? LOOKUP_TYPE_GROUP : LOOKUP_TYPE_USER, found);
     if (rc != 0) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "Authapi lookup_userinfo failed for sid=%s or name=%s.",
                 sid.c_str(), name.c_str());

@@ -6,6 +6,7 @@
 // own sites.
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <memory>
 #include <span>
 #include <string>
@@ -108,6 +109,36 @@ protected:
     int32_t answer(void** rsp, const std::vector<tvn_omitf::answer_item>& items) {
         int32_t rc = tvn_omitf::answer_record(rsp, tvn_omitf::TVN_OM_MSG_ITEMS, items);
         if (rc != 0) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "%s answer could not be written.", tag());
+        return rc;
+    }
+
+    // An account by SID when one is given, else by name, where `dest`
+    // says (the type narrows a look-up by name).
+    int32_t lookup_account(uint32_t tenant, const std::string& sid, const std::string& name, TvnLookupDest dest,
+                           std::optional<TvnLookupType> type, tvn_lookup_userinfo_rsp& found) {
+        if (!sid.empty()) {
+            tvn_lookup_userinfo_by_sid_req q;
+            q.set_tenant_id(tenant);
+            q.set_sid(sid);
+            q.set_dest(dest);
+            return ask(auth(), &tvn_auth_api::lookup_userinfo_by_sid, "lookup_userinfo_by_sid", q, found,
+                       tvn_auth::AD_LOOKUP_TIMEOUT_MS);
+        }
+        tvn_lookup_userinfo_by_name_req q;
+        q.set_tenant_id(tenant);
+        q.set_name(name);
+        q.set_dest(dest);
+        if (type) q.set_type(*type);
+        return ask(auth(), &tvn_auth_api::lookup_userinfo_by_name, "lookup_userinfo_by_name", q, found,
+                   tvn_auth::AD_LOOKUP_TIMEOUT_MS);
+    }
+
+    // The request of a connectivity check: the tenant and the check's type.
+    int32_t check_request(void* req, TvnConnectType type, tvn_check_connectivity_req& q) {
+        uint32_t tenant = 0;
+        int32_t rc = read_tenant(req, tenant);
+        q.set_tenant_id(tenant);
+        q.set_type(type);
         return rc;
     }
 

@@ -27,22 +27,8 @@ int tvn_omitf_auth_look_up_account_info::deal(void* req, void** rsp) {
     }
 
     tvn_lookup_userinfo_rsp found;
-    if (!sid.empty()) {
-        tvn_lookup_userinfo_by_sid_req q;
-        q.set_tenant_id(tenant);
-        q.set_sid(sid);
-        q.set_dest(static_cast<TvnLookupDest>(dest));
-        rc = ask(auth(), &tvn_auth_api::lookup_userinfo_by_sid, "lookup_userinfo_by_sid", q, found,
-                 AD_LOOKUP_TIMEOUT_MS);
-    } else {
-        tvn_lookup_userinfo_by_name_req q;
-        q.set_tenant_id(tenant);
-        q.set_name(name);
-        q.set_dest(static_cast<TvnLookupDest>(dest));
-        rc = ask(auth(), &tvn_auth_api::lookup_userinfo_by_name, "lookup_userinfo_by_name", q, found,
-                 AD_LOOKUP_TIMEOUT_MS);
-    }
-    if (rc != 0) return rc;
+    if ((rc = lookup_account(tenant, sid, name, static_cast<TvnLookupDest>(dest), std::nullopt, found)) != 0)
+        return rc;
     const auto& u = found.userinfo();
     return answer(rsp, {bool_item(vocab::acct_is_group.id, u.is_group() != 0),
                         text_item(vocab::acct_id.id, std::to_string(u.iid())), text_item(vocab::acct_sid.id, u.sid()),

@@ -7,11 +7,7 @@ using tvn_omitf::ITEM_READ_OK;
 
 int tvn_omitf_auth_test_ad_connectivity::deal(void* req, void** rsp) {
     tvn_check_connectivity_req q;
-    uint32_t tenant = 0;
-    int32_t rc = read_tenant(req, tenant);
-    if (rc != 0) return rc;
-    q.set_tenant_id(tenant);
-    q.set_type(CONNECT_TYPE_AD);
+    if (int32_t rc = check_request(req, CONNECT_TYPE_AD, q)) return rc;
     std::string fqdn;
     auto got = tvn_omitf::read_text(req, vocab::test_fqdn.id, fqdn);
     if (got != ITEM_READ_ABSENT) {

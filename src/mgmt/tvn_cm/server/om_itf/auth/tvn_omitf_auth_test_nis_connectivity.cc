@@ -5,11 +5,7 @@ using namespace tvn_auth;
 
 int tvn_omitf_auth_test_nis_connectivity::deal(void* req, void** rsp) {
     tvn_check_connectivity_req q;
-    uint32_t tenant = 0;
-    int32_t rc = read_tenant(req, tenant);
-    if (rc != 0) return rc;
-    q.set_tenant_id(tenant);
-    q.set_type(CONNECT_TYPE_NIS);
+    if (int32_t rc = check_request(req, CONNECT_TYPE_NIS, q)) return rc;
     std::string address;
     if (tvn_omitf::read_text(req, vocab::test_address.id, address) != tvn_omitf::ITEM_READ_OK ||
         split_list(address).empty() || address.size() > AD_LDAP_ADDRESS_MAX || address.back() == ',') {

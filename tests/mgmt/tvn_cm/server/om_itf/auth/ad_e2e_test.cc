@@ -276,6 +276,9 @@ TEST_F(AdE2E, OtherCommandsCheckTheirItems) {
     EXPECT_GE(dcs.records(), 2);
     ASSERT_TRUE(node().call(request(vocab::pref_dc_set.code).s(64, "DC2")).ok());
     EXPECT_EQ(node().call(request(vocab::pref_dc_get.code)).str(0, 64), "DC2");
+    EXPECT_EQ(node().call(request(vocab::dc_list.code)).str(0, 64), "DC2");  // the preferred one first
+    ASSERT_TRUE(node().call(request(vocab::pref_dc_delete.code)).ok());
+    EXPECT_FALSE(node().call(request(vocab::pref_dc_get.code)).has(0, 64));
     auto host = node().call(request(vocab::lookup_host.code).s(64, "localhost"));
     EXPECT_EQ(host.str(0, 65), "127.0.0.1") << host;
     auto src = node().call(request(vocab::ad_source.code).s(2, "CORP\\alice"));
