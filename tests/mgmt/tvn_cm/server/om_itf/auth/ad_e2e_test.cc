@@ -312,6 +312,25 @@ TEST_F(AdE2E, SessionsAppearOnceJoinedThroughTvnOm) {
         EXPECT_EQ(node().files_containing(secret), std::vector<std::string>{}) << secret;
 }
 
+TEST_F(AdE2E, TheSecondarySideLeavesWithoutTheAdministratorsCredentials) {
+    ASSERT_TRUE(node().call(join("joiner", kJoinPassword, 1)).ok());
+    ASSERT_EQ(settled_state(), 1u);
+    tvn_store_conf_api api("127.0.0.1");
+    tvn_settenant_cfg_req mark;
+    tvn_conf_common_rsp marked;
+    auto* p = mark.add_config();
+    p->set_tenant_id(0);
+    p->set_key("multi_dc_role");
+    p->set_value("slave");
+    ASSERT_EQ(api.set_tenant_config(mark, marked, 10000), 0);
+    ASSERT_TRUE(node().call(join("joiner", kJoinPassword, 0)).ok());
+    EXPECT_EQ(settled_state(), 0u);
+    // The daemon saw a leave by some made-up account, never by "joiner".
+    const std::string sim_log = tvn_test::read_text(node().path("/var/log/platform/tvn_sim.log"));
+    EXPECT_NE(sim_log.find("leave of tenant 0 by "), std::string::npos) << sim_log;
+    EXPECT_EQ(sim_log.find("leave of tenant 0 by joiner"), std::string::npos) << sim_log;
+}
+
 TEST_F(AdE2E, AStoreThatDoesNotAnswerGivesTimeOutAndStoresNothing) {
     node().stop_store();
     expect_rows({
