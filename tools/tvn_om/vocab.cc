@@ -4,6 +4,7 @@
 
 #include "common/tvn_om_common_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
+#include "usermapping/tvn_omitf_usermapping_vocab.h"
 #include "tvn_om_cli.h"
 
 namespace tvn_om {
@@ -13,6 +14,7 @@ namespace {
 constexpr const tvn_om_vocab::family_def* kFamilies[] = {
     &tvn_om_common::family,
     &tvn_nfs::vocab::family,
+    &tvn_usermapping::vocab::family,
 };
 
 // Markdown cells hold no bare "|".
