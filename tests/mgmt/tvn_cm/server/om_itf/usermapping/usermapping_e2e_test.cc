@@ -175,6 +175,14 @@ TEST_F(UserMappingE2E, RulesKeepWhatAChangeDoesNotName) {
     EXPECT_EQ(shown.num(0, 65), 0u);
     EXPECT_EQ(shown.num(0, 67), 3u);
 
+    // The operation log names the rule as added, and the change as given.
+    for (const std::string& cut : {std::string("0,CORP\\bob,unix_bob,0,10"), "0," + std::to_string(id) + ",,,,3"})
+        EXPECT_TRUE(tvn_test::eventually([&] {
+            for (const auto& log : node_->oplogs())
+                if (log["text"] == cut) return true;
+            return false;
+        })) << "no operation-log record " << cut;
+
     // Ids are never given again, also after a delete.
     ASSERT_TRUE(call(om_request(kDelete).s(1, std::to_string(id))).ok());
     EXPECT_EQ(call(om_request(kShow).s(1, std::to_string(id))).result(), kNotFound);
@@ -330,6 +338,21 @@ TEST_F(UserMappingE2E, EffectivePermissionOfMappedUsersOnARealFolder) {
     om_reply paged = call(om_request(kAcl).s(64, "1").s(66, "/perm\\ dir").u(67, 1).u(68, 1).b(69, false));
     EXPECT_NE(paged.str(0, 65).find("\nuser:2002:rwx\n"), std::string::npos) << paged.str(0, 65);
     EXPECT_EQ(paged.str(0, 65).find("other::"), std::string::npos);
+}
+
+TEST(UserMappingKernel, ARefusingKernelFailsTheCacheAndDisplayCommands) {
+    tvn_test::node_options opts;
+    opts.cm_env = {{"TVN_FAIL_AT", "tvn_kernel_appdata,ShowSecurityDescInfo"}};
+    tvn_test::node node(opts);
+    ASSERT_TRUE(node.start());
+    for (const om_request& r : {om_request(kClear), om_request(kCacheUnix).u(70, 0),
+                                om_request(kAcl).s(64, "1").s(66, "/")}) {
+        om_reply a = node.call(r);
+        EXPECT_EQ(a.kind(), OM_ERR_ACK) << a;
+        EXPECT_EQ(a.result(), -5) << a;
+    }
+    EXPECT_NE(node.cm_log().find("Send msg to eds failed(-5), respLen:0."), std::string::npos);
+    EXPECT_NE(node.cm_log().find("Execute error, ret is: -5."), std::string::npos);
 }
 
 }  // namespace
