@@ -154,19 +154,31 @@ std::string entry_text(sim_store& store, const acl_line& l, bool names) {
     }
 }
 
+// Whether a path has a ".." component (it would leave the file system).
+bool has_dot_dot(const std::string& path) {
+    for (size_t start = 0; start <= path.size();) {
+        size_t slash = path.find('/', start);
+        if (slash == std::string::npos) slash = path.size();
+        if (path.compare(start, slash - start, "..") == 0) return true;
+        start = slash + 1;
+    }
+    return false;
+}
+
 // The file a request names: 0 and its path on disk, or a code.
 int32_t locate(sim_store& store, const std::string& tenant_text, const std::string& fsid_text,
                const std::string& path, std::string& full, struct stat& st) {
     uint32_t tenant = 0;
     uint64_t fsid = 0;
     if (!number(tenant_text, tenant) || !number(fsid_text, fsid) || path.empty() || path[0] != '/' ||
-        path.find("/..") != std::string::npos)
+        has_dot_dot(path))
         return SIM_ERR_INVALID;
     auto fs = store.inv.fs_by_id(fsid);
     if (!fs || fs->tenant_id != tenant) return SIM_ERR_NOT_FOUND;
     full = tvn::sysroot_path("/fs/" + fs->name) + path;
     if (::lstat(full.c_str(), &st) != 0) return SIM_ERR_NOT_FOUND;
-    return SIM_OK;
+    // A link could lead out of the file system; the display never follows one.
+    return S_ISLNK(st.st_mode) ? SIM_ERR_INVALID : SIM_OK;
 }
 
 // getacl|TENANT|FSID|PATH|OFFSET|COUNT|NAMES|TYPE

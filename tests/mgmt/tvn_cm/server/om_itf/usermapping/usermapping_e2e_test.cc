@@ -146,6 +146,7 @@ TEST_F(UserMappingE2E, EveryHandlerRefusesBadRequestsWithItsCode) {
         {"acl path with //", om_request(kAcl).s(64, "1").s(66, "/a//b"), UM_ERR_INVALID},
         {"acl path with a bare ;", om_request(kAcl).s(64, "1").s(66, "/a;b"), UM_ERR_INVALID},
         {"acl path with an escaped ; passes the check", om_request(kAcl).s(64, "1").s(66, "/a\\;b"), kNotFound},
+        {"acl path leaving the file system", om_request(kAcl).s(64, "1").s(66, "/../etc"), UM_ERR_INVALID},
         {"perm user type missing", om_request(kPerm).s(64, "1").s(66, "/").s(68, "bob"), UM_ERR_USER_TYPE},
         {"perm two delimiters", om_request(kPerm).s(64, "1").s(66, "/").u(67, 0).s(68, "A\\B\\c"), UM_ERR_INVALID},
         {"perm long windows name", om_request(kPerm).s(64, "1").s(66, "/").u(67, 0).s(68, std::string(300, 'a')),
@@ -338,6 +339,32 @@ TEST_F(UserMappingE2E, EffectivePermissionOfMappedUsersOnARealFolder) {
     om_reply paged = call(om_request(kAcl).s(64, "1").s(66, "/perm\\ dir").u(67, 1).u(68, 1).b(69, false));
     EXPECT_NE(paged.str(0, 65).find("\nuser:2002:rwx\n"), std::string::npos) << paged.str(0, 65);
     EXPECT_EQ(paged.str(0, 65).find("other::"), std::string::npos);
+}
+
+TEST_F(UserMappingE2E, TvnOmDrivesTheFamily) {
+    struct row {
+        std::vector<std::string> args;
+        int status;
+        std::string shows;
+    } rows[] = {
+        {{"mapping", "rule", "add", "--from", "CORP\\carol", "--to", "nfsuser", "--type", "win-to-unix"}, 0,
+         "rule 1 (CORP\\carol) added"},
+        {{"mapping", "rule", "add", "--from", "x", "--to", "y", "--type", "3"}, 1, "-25004"},
+        {{"mapping", "rule", "list", "--type", "win-to-unix", "--sort", "priority", "--desc"}, 0, "CORP\\carol"},
+        {{"mapping", "rule", "count", "--from", "carol"}, 0, "count: 1"},
+        {{"mapping", "try", "CORP\\carol", "--to", "unix"}, 0, "unix: nfsuser"},
+        {{"mapping", "verify", "nfsuser", "--kind", "unix"}, 0, "resolves: true"},
+        {{"mapping", "cache", "show-unix", "--uid", "1000"}, 0, "rule: 1"},
+        {{"mapping", "cache", "clear"}, 0, "cleared: 1"},
+        {{"mapping", "acl", "/", "--fsid", "1"}, 0, "acl: access"},
+        {{"mapping", "perm", "/", "--fsid", "1", "--user", "CORP\\carol"}, 0, "unix: nfsuser"},
+        {{"mapping", "perm", "/a;b", "--fsid", "1", "--user", "erin"}, 1, "-22"},
+    };
+    for (const auto& r : rows) {
+        tvn_test::tool_run run = tvn_test::run_tool("tvn_om", r.args);
+        EXPECT_EQ(run.status, r.status) << r.args[2] << "\n" << run.out;
+        EXPECT_NE(run.out.find(r.shows), std::string::npos) << r.args[2] << "\n" << run.out;
+    }
 }
 
 TEST(UserMappingKernel, ARefusingKernelFailsTheCacheAndDisplayCommands) {
