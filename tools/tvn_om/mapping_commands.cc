@@ -49,23 +49,17 @@ std::string add_numbers(const option_parser& p, std::initializer_list<const item
     return tvn_om::add_number_options(p, std::span<const item_def* const>(items.begin(), items.size()), req);
 }
 
-std::string word_text(const OmRecord& rec, const item_def& item) {
-    std::string number = text_of(rec, item.id);
-    uint32_t n = 0;
-    if (tvn_om::parse_u32(number, n))
-        if (auto w = item.word_of(n); !w.empty()) return std::string(w);
-    return number;
-}
-
 // ---- views ----------------------------------------------------------------------
 
 void print_rules(const om_request&, const OmReply& reply, std::ostream& out) {
     std::vector<std::vector<std::string>> rows;
     for (const auto& rec : reply.answer().record()) {
         if (tvn_om::find_item(rec, vocab::rule_from.id) == nullptr) continue;
-        rows.push_back({text_of(rec, vocab::rule_id.id), text_of(rec, vocab::rule_priority.id),
-                        word_text(rec, vocab::rule_type), text_of(rec, vocab::rule_from.id),
-                        text_of(rec, vocab::rule_to.id)});
+        std::string type = text_of(rec, vocab::rule_type.id);
+        uint32_t n = 0;
+        if (tvn_om::parse_u32(type, n) && vocab::rule_type.allows(n)) type = vocab::rule_type.word_of(n);
+        rows.push_back({text_of(rec, vocab::rule_id.id), text_of(rec, vocab::rule_priority.id), type,
+                        text_of(rec, vocab::rule_from.id), text_of(rec, vocab::rule_to.id)});
     }
     tvn_om::print_table(out, {"RULE ID", "PRIORITY", "TYPE", "FROM", "TO"}, rows);
     if (rows.size() != 1) out << rows.size() << " rules\n";

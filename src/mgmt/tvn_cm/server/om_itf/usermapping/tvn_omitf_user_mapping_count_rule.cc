@@ -9,10 +9,7 @@ int tvn_omitf_user_mapping_count_rule::deal(void* req, void** rsp) {
     if (int32_t rc = read_rule_filter(req, filter)) return rc;
 
     tvn_user_mapping_rule_count_req count;
-    count.set_tenant_id(tenant);
-    if (filter.from) count.set_from_name_like(*filter.from);
-    if (filter.to) count.set_to_name_like(*filter.to);
-    count.set_mapping_type(static_cast<TvnUserMappingType>(filter.type));
+    apply_rule_filter(filter, tenant, count);
 
     auto api = open_store();
     if (!api) return UM_ERR_NOMEM;

@@ -27,12 +27,9 @@ int tvn_omitf_user_mapping_list_rule::deal(void* req, void** rsp) {
     if (int32_t rc = read_rule_filter(req, filter)) return rc;
 
     tvn_user_mapping_rule_list_req list;
-    list.set_tenant_id(tenant);
+    apply_rule_filter(filter, tenant, list);
     list.set_offset(0);
     list.set_list_num(100);
-    if (filter.from) list.set_from_name_like(*filter.from);
-    if (filter.to) list.set_to_name_like(*filter.to);
-    list.set_mappingtype(static_cast<TvnUserMappingType>(filter.type));
 
     std::string text;
     tvn_omitf::item_read got = tvn_omitf::read_text(req, vocab::rule_sort.id, text);

@@ -61,6 +61,19 @@ struct rule_filter {
     uint32_t type = UM_TYPE_DEFAULT;
 };
 
+// Puts the tenant and the filter into a list or a count request.
+template <class Req>
+void apply_rule_filter(const rule_filter& f, uint32_t tenant, Req& req) {
+    req.set_tenant_id(tenant);
+    if (f.from) req.set_from_name_like(*f.from);
+    if (f.to) req.set_to_name_like(*f.to);
+    const auto type = static_cast<TvnUserMappingType>(f.type);
+    if constexpr (requires { req.set_mappingtype(type); })
+        req.set_mappingtype(type);
+    else
+        req.set_mapping_type(type);
+}
+
 }  // namespace tvn_usermapping
 
 template <class Derived>
