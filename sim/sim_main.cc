@@ -21,6 +21,7 @@
 #include "sim_kagent_service.h"
 #include "sim_nfs_service.h"
 #include "sim_refusing_services.h"
+#include "sim_user_mapping_service.h"
 #include "sim_seed.h"
 #include "sim_result.h"
 #include <sys/stat.h>
@@ -315,7 +316,8 @@ int main(int argc, char** argv) {
     so.join_ms = o.join_ms;
     sim_store store;
     std::string err;
-    if (store.open(so, err) != SIM_OK) {
+    if (store.open(so, err) != SIM_OK ||
+        sim_user_mapping_store_service::prepare(store, err) != SIM_OK) {
         std::fprintf(stderr, "tvn_sim: %s\n", err.c_str());
         TVN_LOG(TVN_LOG_MODULE_COMM, TVN_LOG_ERROR, SIM_ERR_IO, "tvn_sim start failed: %s.",
                 err.c_str());
@@ -326,7 +328,7 @@ int main(int argc, char** argv) {
     sim_nfs_service nfs(store);
     sim_conf_service conf(store);
     sim_cifs_store_service cifs;
-    sim_user_mapping_store_service mapping;
+    sim_user_mapping_store_service mapping(store);
     sim_windows_user_store_service windows;
     sim_kerberos_realm_store_service krb_realm;
     sim_kerberos_store_service krb;

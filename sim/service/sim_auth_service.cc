@@ -7,6 +7,7 @@
 #include <chrono>
 #include <thread>
 
+#include "sim_mapping_resolver.h"
 #include "sim_nfs_options.h"
 #include "sim_result.h"
 #include "tvn_log.h"
@@ -210,22 +211,16 @@ SIM_RPC_IMPL(sim_lookup_service, lookup_userinfo_by_gid, tvn_lookup_userinfo_by_
 
 SIM_RPC_IMPL(sim_lookup_service, lookup_allcred_by_name, tvn_lookup_allcred_by_name_req,
              tvn_lookup_allcred_rsp) {
-    // Windows to Unix starts from a Windows name, Unix to Windows from a
-    // Unix one; without a mapping rule the account maps onto itself.
-    const account_scope scope =
-        req->mapping_type() == MAPPING_WIN_TO_UNIX ? account_scope::domain : account_scope::local;
-    auto a = store_.dir.account_by_name(req->name(), scope, false);
-    if (!a) a = store_.dir.account_by_name(req->name(), account_scope::any, false);
-    if (!a) {
-        rsp->set_status(SIM_ERR_NOT_FOUND);
-        return;
-    }
-    rsp->set_status(SIM_OK);
+    // The tenant's mapping rules, then the directory (sim_mapping_resolver.h).
+    mapping_outcome m = resolve_mapping(store_, req->tenant_id(), req->name(),
+                                        req->mapping_type() == MAPPING_WIN_TO_UNIX ? 0 : 1, true);
+    rsp->set_status(m.status);
+    if (m.status != SIM_OK) return;
     auto* r = rsp->mutable_result();
-    r->set_rule_id(0);
-    fill_win_cred(store_.dir, *a, r->mutable_win_cred());
-    fill_unix_cred(store_.dir, *a, r->mutable_unix_cred());
-    r->set_ad_elapsed(a->is_domain() ? 1 : 0);
+    r->set_rule_id(m.rule_id);
+    fill_win_cred(store_.dir, *m.win, r->mutable_win_cred());
+    fill_unix_cred(store_.dir, *m.unix_account, r->mutable_unix_cred());
+    r->set_ad_elapsed(m.ad_us);
     r->set_ldap_elapsed(0);
     r->set_nis_elapsed(0);
 }

@@ -1,5 +1,7 @@
 #include "sim_kagent_service.h"
 
+#include "sim_usermap_kernel.h"
+
 #include <fmt/format.h>
 
 #include <charconv>
@@ -38,6 +40,7 @@ uint32_t sim_kagent_service::local_node_id() {
 }
 
 SIM_RPC_IMPL(sim_kagent_service, kagent_pum, tvn_ka_pum_req, tvn_ka_pum_rsp) {
+    if (usermap_kernel_answer(store_, *req, rsp)) return;
     const std::string& cmd = req->cmdstr();
     if (req->module() == "fs" && cmd == "get_fsid_by_name") {
         uint32_t tenant = 0;

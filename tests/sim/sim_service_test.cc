@@ -9,6 +9,7 @@
 #include "sim_kagent_service.h"
 #include "sim_nfs_service.h"
 #include "sim_refusing_services.h"
+#include "sim_user_mapping_service.h"
 #include "sim_result.h"
 #include "sim_test_util.h"
 
@@ -82,7 +83,7 @@ int64_t result_of(const google::protobuf::Message& rsp) {
 
 TEST_F(sim_service_calls, EveryMethodOfEveryServiceAnswersWithAWholeReply) {
     sim_cifs_store_service cifs;
-    sim_user_mapping_store_service mapping;
+    sim_user_mapping_store_service mapping(*store_);
     sim_windows_user_store_service windows;
     sim_kerberos_realm_store_service realm;
     sim_kerberos_store_service krb;

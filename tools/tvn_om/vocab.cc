@@ -5,6 +5,7 @@
 #include "common/tvn_om_common_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
 #include "auth/tvn_omitf_auth_vocab.h"
+#include "usermapping/tvn_omitf_usermapping_vocab.h"
 #include "tvn_om_cli.h"
 
 namespace tvn_om {
@@ -15,6 +16,7 @@ constexpr const tvn_om_vocab::family_def* kFamilies[] = {
     &tvn_om_common::family,
     &tvn_nfs::vocab::family,
     &tvn_auth::vocab::family,
+    &tvn_usermapping::vocab::family,
 };
 
 // Markdown cells hold no bare "|".
