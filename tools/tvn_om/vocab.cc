@@ -4,6 +4,7 @@
 
 #include "common/tvn_om_common_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
+#include "windows_users/tvn_omitf_windows_users_vocab.h"
 #include "tvn_om_cli.h"
 
 namespace tvn_om {
@@ -13,6 +14,7 @@ namespace {
 constexpr const tvn_om_vocab::family_def* kFamilies[] = {
     &tvn_om_common::family,
     &tvn_nfs::vocab::family,
+    &tvn_win::vocab::family,
 };
 
 // Markdown cells hold no bare "|".

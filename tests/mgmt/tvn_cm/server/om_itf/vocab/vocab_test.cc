@@ -17,13 +17,15 @@
 
 #include "common/tvn_om_common_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
+#include "windows_users/tvn_omitf_windows_users_vocab.h"
 #include "tvn_cm_ombase.h"
 #include "tvn_cm_omagent.h"
 #include "tvn_test_process.h"
 
 namespace {
 
-const tvn_om_vocab::family_def* const kFamilies[] = {&tvn_om_common::family, &tvn_nfs::vocab::family};
+const tvn_om_vocab::family_def* const kFamilies[] = {&tvn_om_common::family, &tvn_nfs::vocab::family,
+                                                     &tvn_win::vocab::family};
 
 std::string class_name(const tvn_cm_ombase& h) {
     int status = 0;

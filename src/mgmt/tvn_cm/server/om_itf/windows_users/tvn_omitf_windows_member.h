@@ -1,0 +1,32 @@
+#pragma once
+// What adding and removing a member share: the request items, and a domain
+// member resolved to its SID before the store sees it.
+#include "tvn_omitf_windows_user_util.h"
+
+namespace tvn_win {
+
+struct member_ref {
+    uint32_t tenant = 0;
+    std::string group;
+    std::string member;
+    std::string sid;
+    WindowsMemberType type = WINDOWS_MEMBER_TYPE_WINDOWS_USER;
+};
+
+// Reads tenant, group, member name, member SID and kind, logging at `here`.
+int32_t read_member_ref(const tvn::log_here& here, void* req, member_ref& out);
+
+inline bool is_domain_member(WindowsMemberType type) {
+    return type == WINDOWS_MEMBER_TYPE_AD_USER || type == WINDOWS_MEMBER_TYPE_AD_GROUP;
+}
+
+template <class Req>
+void fill_member(Req& r, const member_ref& m) {
+    r.set_tenant_id(m.tenant);
+    r.set_groupname(m.group);
+    r.set_membername(m.member);
+    if (!m.sid.empty()) r.set_membersid(m.sid);
+    r.set_type(m.type);
+}
+
+}  // namespace tvn_win
