@@ -179,6 +179,18 @@ int32_t take_rid(sim_db& db, uint32_t tenant, bool given, uint64_t& rid, std::st
     return SIM_OK;
 }
 
+// The name, RID and SID of a new user or group (inside its transaction).
+int32_t new_account(sim_db& db, uint32_t tenant, const std::string& name, const std::string& prefix, bool rid_given,
+                    uint64_t& rid, std::string& sid, std::string& desc) {
+    if (name_taken(db, tenant, name, "")) {
+        desc = "a user or group of that name exists";
+        return SIM_ERR_EXIST;
+    }
+    if (int32_t rc = take_rid(db, tenant, rid_given, rid, desc)) return rc;
+    sid = prefix + "-" + std::to_string(rid);
+    return SIM_OK;
+}
+
 struct found_account {
     uint64_t rid = 0;
     std::string sid, name;
@@ -203,6 +215,31 @@ int32_t find_account(sim_db& db, const char* table, const win_account_ref& ref, 
     out.name = st.text(2);
     out.type = st.i32(3);
     return SIM_OK;
+}
+
+// One user or group record by reference.
+template <class Out>
+int32_t query_one(sim_db& db, const char* cols, const char* table, const win_account_ref& ref,
+                  void (*read)(const sim_stmt&, Out*), Out* out, std::string& desc) {
+    sim_read r(db);
+    sql_where w = account_where(ref);
+    sim_stmt st = db.prepare(std::string("SELECT ") + cols + " FROM " + table + w.sql());
+    if (!st) return io_failure(db, desc);
+    st.bind_all(w.values());
+    if (st.step() != SQLITE_ROW) {
+        desc = std::string_view(table) == "win_group" ? "no such group" : "no such user";
+        return SIM_ERR_NOT_FOUND;
+    }
+    read(st, out);
+    return success(desc);
+}
+
+// Every row of a statement through `add`.
+template <class Add>
+int32_t read_rows(sim_db& db, sim_stmt& st, Add add, std::string& desc) {
+    int rc = 0;
+    while ((rc = st.step()) == SQLITE_ROW) add(st);
+    return rc == SQLITE_DONE ? success(desc) : io_failure(db, desc);
 }
 
 void set_common(WindowsUserCommonRsp* out, const found_account& a) {
@@ -266,23 +303,24 @@ int32_t windows_user_store::ensure_tenant(uint32_t tenant, std::string& desc) {
     return SIM_OK;
 }
 
+int32_t windows_user_store::admit(uint32_t tenant, const std::string& name, std::string& prefix, std::string& desc) {
+    if (!name_ok(name)) return invalid(desc, "name empty or too long");
+    if (int32_t rc = ensure_tenant(tenant, desc)) return rc;
+    prefix = sid_prefix(tenant);
+    return SIM_OK;
+}
+
 // ---- users -------------------------------------------------------------------
 
 int32_t windows_user_store::add_user(const AddWindowsUserReq& req, WindowsUserInfo* out, std::string& desc) {
-    if (!name_ok(req.name())) return invalid(desc, "user name empty or too long");
     if (req.password().empty()) return invalid(desc, "password empty");
-    if (int32_t rc = ensure_tenant(req.tenant_id(), desc)) return rc;
-    const std::string prefix = sid_prefix(req.tenant_id());
+    std::string prefix, sid;
+    if (int32_t rc = admit(req.tenant_id(), req.name(), prefix, desc)) return rc;
     sim_txn txn(db_);
     if (!txn.ok()) return io_failure(db_, desc);
-    if (name_taken(db_, req.tenant_id(), req.name(), "")) {
-        desc = "a user or group of that name exists";
-        return SIM_ERR_EXIST;
-    }
     uint64_t rid = req.rid();
-    if (int32_t rc = take_rid(db_, req.tenant_id(), req.has_rid(), rid, desc)) return rc;
+    if (int32_t rc = new_account(db_, req.tenant_id(), req.name(), prefix, req.has_rid(), rid, sid, desc)) return rc;
     const int64_t now = now_s();
-    const std::string sid = prefix + "-" + std::to_string(rid);
     sim_stmt_ref st = db_.cached(
         "INSERT INTO win_user (tenant, rid, sid, name, name_key, password, descr, enabled, privileges, ctime, mtime) "
         "VALUES (?,?,?,?,?,?,?,?,?,?,?)");
@@ -370,17 +408,7 @@ int32_t windows_user_store::modify_user(const win_account_ref& ref, const Modify
 }
 
 int32_t windows_user_store::query_user(const win_account_ref& ref, WindowsUserInfo* out, std::string& desc) {
-    sim_read r(db_);
-    sql_where w = account_where(ref);
-    sim_stmt st = db_.prepare(std::string("SELECT ") + kUserCols + " FROM win_user" + w.sql());
-    if (!st) return io_failure(db_, desc);
-    st.bind_all(w.values());
-    if (st.step() != SQLITE_ROW) {
-        desc = "no such user";
-        return SIM_ERR_NOT_FOUND;
-    }
-    read_user(st, out);
-    return success(desc);
+    return query_one(db_, kUserCols, "win_user", ref, read_user, out, desc);
 }
 
 namespace {
@@ -418,10 +446,7 @@ int32_t windows_user_store::list_users(const ListWindowsUserReq& req, ListWindow
                                             req.sorttype(), req.offset(), req.limit()));
     if (!st) return io_failure(db_, desc);
     st->bind_all(w.values());
-    int rc = 0;
-    while ((rc = st->step()) == SQLITE_ROW) read_user(*st, out->add_usersinfo());
-    if (rc != SQLITE_DONE) return io_failure(db_, desc);
-    return success(desc);
+    return read_rows(db_, *st, [out](const sim_stmt& row) { read_user(row, out->add_usersinfo()); }, desc);
 }
 
 int32_t windows_user_store::count_users(const CountWindowsUserReq& req, uint32_t& count, std::string& desc) {
@@ -432,18 +457,12 @@ int32_t windows_user_store::count_users(const CountWindowsUserReq& req, uint32_t
 // ---- groups ------------------------------------------------------------------
 
 int32_t windows_user_store::add_group(const AddWindowsGroupReq& req, WindowsGroupInfo* out, std::string& desc) {
-    if (!name_ok(req.name())) return invalid(desc, "group name empty or too long");
-    if (int32_t rc = ensure_tenant(req.tenant_id(), desc)) return rc;
-    const std::string prefix = sid_prefix(req.tenant_id());
+    std::string prefix, sid;
+    if (int32_t rc = admit(req.tenant_id(), req.name(), prefix, desc)) return rc;
     sim_txn txn(db_);
     if (!txn.ok()) return io_failure(db_, desc);
-    if (name_taken(db_, req.tenant_id(), req.name(), "")) {
-        desc = "a user or group of that name exists";
-        return SIM_ERR_EXIST;
-    }
     uint64_t rid = req.rid();
-    if (int32_t rc = take_rid(db_, req.tenant_id(), req.has_rid(), rid, desc)) return rc;
-    const std::string sid = prefix + "-" + std::to_string(rid);
+    if (int32_t rc = new_account(db_, req.tenant_id(), req.name(), prefix, req.has_rid(), rid, sid, desc)) return rc;
     sim_stmt st = db_.prepare(
         "INSERT INTO win_group (tenant, rid, sid, name, name_key, descr, type, privileges) VALUES (?,?,?,?,?,?,?,?)");
     if (!st || st.bind(1, req.tenant_id())
@@ -523,17 +542,7 @@ int32_t windows_user_store::modify_group(const win_account_ref& ref, const Modif
 
 int32_t windows_user_store::query_group(const win_account_ref& ref, WindowsGroupInfo* out, std::string& desc) {
     if (int32_t rc = ensure_tenant(ref.tenant, desc)) return rc;
-    sim_read r(db_);
-    sql_where w = account_where(ref);
-    sim_stmt st = db_.prepare(std::string("SELECT ") + kGroupCols + " FROM win_group" + w.sql());
-    if (!st) return io_failure(db_, desc);
-    st.bind_all(w.values());
-    if (st.step() != SQLITE_ROW) {
-        desc = "no such group";
-        return SIM_ERR_NOT_FOUND;
-    }
-    read_group(st, out);
-    return success(desc);
+    return query_one(db_, kGroupCols, "win_group", ref, read_group, out, desc);
 }
 
 namespace {
@@ -561,10 +570,7 @@ int32_t windows_user_store::list_groups(const ListWindowsGroupReq& req, ListWind
                                          req.sort_type(), req.offset(), req.limit()));
     if (!st) return io_failure(db_, desc);
     st.bind_all(w.values());
-    int rc = 0;
-    while ((rc = st.step()) == SQLITE_ROW) read_group(st, out->add_groupinfo());
-    if (rc != SQLITE_DONE) return io_failure(db_, desc);
-    return success(desc);
+    return read_rows(db_, st, [out](const sim_stmt& row) { read_group(row, out->add_groupinfo()); }, desc);
 }
 
 int32_t windows_user_store::count_groups(const GetWindowsGroupCountReq& req, int32_t& count, std::string& desc) {
@@ -670,10 +676,7 @@ int32_t windows_user_store::groups_of_user(const QueryWindowsMemberShipByUserReq
         where + order_page(w, "g.name_key", WINDOWS_USER_SORT_ASCEND, req.offset(), req.limit()));
     if (!st) return io_failure(db_, desc);
     st.bind_all(w.values());
-    int rc = 0;
-    while ((rc = st.step()) == SQLITE_ROW) read_group(st, out->add_groupinfo());
-    if (rc != SQLITE_DONE) return io_failure(db_, desc);
-    return success(desc);
+    return read_rows(db_, st, [out](const sim_stmt& row) { read_group(row, out->add_groupinfo()); }, desc);
 }
 
 namespace {

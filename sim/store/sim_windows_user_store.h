@@ -79,6 +79,9 @@ public:
 private:
     // Gives a tenant its built-in groups the first time it is seen.
     int32_t ensure_tenant(uint32_t tenant, std::string& desc);
+    // What a new account needs before its transaction: a name of the right
+    // length, the tenant's built-in groups, the SID prefix.
+    int32_t admit(uint32_t tenant, const std::string& name, std::string& prefix, std::string& desc);
     // Adds or removes one membership.
     template <class Req>
     int32_t change_member(const Req& req, bool add, std::string& desc);

@@ -1,27 +1,17 @@
 #include "tvn_omitf_windows_users_commands.h"
 
 using namespace tvn_win;
-using U = TvnOmitfWindowsUserUtil;
 
 int TvnOmitfWindowsDeleteUser::deal(void* req, void** rsp) {
     uint32_t tenant = 0;
     account_ref ref;
-    int32_t rc = 0;
-    if ((rc = U::DecodeTenant(TVN_HERE, req, tenant)) != 0 ||
-        (rc = U::DecodeAccountRef(TVN_HERE, req, vocab::user_by, vocab::user_rid, vocab::user_name, ref)) != 0)
-        return rc;
+    if (int32_t rc = read_account(req, vocab::user_by, vocab::user_rid, vocab::user_name, tenant, ref)) return rc;
+    DelWindowsUserByNameReq by_name;
+    DelWindowsUserBySidReq by_sid;
     WindowsUserCommonRsp reply;
-    if (ref.by_rid) {
-        DelWindowsUserBySidReq d;
-        d.set_tenant_id(tenant);
-        d.set_rid(ref.rid);
-        rc = call_store(&TvnStoreWindowsUserApi::Api_DelWindowsUserBySid, "DelWindowsUserBySid", d, reply);
-    } else {
-        DelWindowsUserByNameReq d;
-        d.set_tenant_id(tenant);
-        d.set_name(ref.name);
-        rc = call_store(&TvnStoreWindowsUserApi::Api_DelWindowsUserByName, "DelWindowsUserByName", d, reply);
-    }
-    if (rc != 0) return rc;
+    if (int32_t rc = call_on_account(tenant, ref, by_name, by_sid, &TvnStoreWindowsUserApi::Api_DelWindowsUserByName,
+                                     "DelWindowsUserByName", &TvnStoreWindowsUserApi::Api_DelWindowsUserBySid,
+                                     "DelWindowsUserBySid", reply))
+        return rc;
     return answer_change(rsp, reply, ref);
 }

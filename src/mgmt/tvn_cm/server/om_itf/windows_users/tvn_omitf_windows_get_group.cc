@@ -1,27 +1,18 @@
 #include "tvn_omitf_windows_users_commands.h"
 
 using namespace tvn_win;
-using U = TvnOmitfWindowsUserUtil;
 
 int TvnOmitfWindowsGetGroup::deal(void* req, void** rsp) {
     uint32_t tenant = 0;
     account_ref ref;
-    int32_t rc = 0;
-    if ((rc = U::DecodeTenant(TVN_HERE, req, tenant)) != 0 ||
-        (rc = U::DecodeAccountRef(TVN_HERE, req, vocab::group_by, vocab::group_rid, vocab::group_name, ref)) != 0)
-        return rc;
+    if (int32_t rc = read_account(req, vocab::group_by, vocab::group_rid, vocab::group_name, tenant, ref)) return rc;
+    QueryWindowsGroupByNameReq by_name;
+    QueryWindowsGroupBySidReq by_sid;
     QueryWindowsGroupRsp reply;
-    if (ref.by_rid) {
-        QueryWindowsGroupBySidReq q;
-        q.set_tenant_id(tenant);
-        q.set_rid(ref.rid);
-        rc = call_store(&TvnStoreWindowsUserApi::Api_QueryWindowsGroupBySid, "QueryWindowsGroupBySid", q, reply);
-    } else {
-        QueryWindowsGroupByNameReq q;
-        q.set_tenant_id(tenant);
-        q.set_name(ref.name);
-        rc = call_store(&TvnStoreWindowsUserApi::Api_QueryWindowsGroupByName, "QueryWindowsGroupByName", q, reply);
-    }
-    if (rc != 0) return rc;
+    if (int32_t rc = call_on_account(tenant, ref, by_name, by_sid,
+                                     &TvnStoreWindowsUserApi::Api_QueryWindowsGroupByName, "QueryWindowsGroupByName",
+                                     &TvnStoreWindowsUserApi::Api_QueryWindowsGroupBySid, "QueryWindowsGroupBySid",
+                                     reply))
+        return rc;
     return tvn_omitf::answer_record(rsp, tvn_omitf::TVN_OM_MSG_ITEMS, group_items(reply.groupinfo()));
 }

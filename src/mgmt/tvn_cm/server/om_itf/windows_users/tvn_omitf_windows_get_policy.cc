@@ -12,7 +12,7 @@ int TvnOmitfGetWindowsUserSecurityPolicy::deal(void* req, void** rsp) {
     tvn_gettenant_cfg_req get;
     get.set_tenant_id(tenant);
     for (const auto& p : vocab::kPolicyKeys) get.add_key(p.key);
-    auto api = std::unique_ptr<tvn_store_conf_api>(new (std::nothrow) tvn_store_conf_api("127.0.0.1"));
+    auto api = open_conf();
     if (!api) return WIN_ERR_NOMEM;
     tvn_gettenant_cfg_rsp got;
     rc = call(*api, &tvn_store_conf_api::get_tenant_config, "get_tenant_config", get, got, kStoreTimeoutMs);

@@ -28,12 +28,11 @@ int TvnOmitfWindowsListGroup::deal(void* req, void** rsp) {
             list.set_group_type(type);
         }
     }
-    if (sort) {
-        if (sort->key == "RID") list.set_list_type(WINDOWS_USER_LIST_BY_SID);
-        else if (sort->key == "NAME") list.set_list_type(WINDOWS_USER_LIST_BY_NAME);
-        else return tvn_omitf::fail(TVN_OM_FAIL(WIN_ERR_RANGE, "Sort key(%s) is invalid."), sort->key.substr(0, 64));
-        list.set_sort_type(sort->descending ? WINDOWS_USER_SORT_DESCEND : WINDOWS_USER_SORT_ASCEND);
-    }
+    WindowsUserListType list_type = WINDOWS_USER_LIST_BY_DEFAULT;
+    WindowsUserSortType order = WINDOWS_USER_SORT_DEFAULT;
+    if ((rc = U::DecodeListOrder(TVN_HERE, sort, list_type, order)) != 0) return rc;
+    list.set_list_type(list_type);
+    list.set_sort_type(order);
     ListWindowsGroupRsp reply;
     rc = call_store(&TvnStoreWindowsUserApi::Api_ListWindowsGroup, "ListWindowsGroup", list, reply);
     if (rc != 0) return rc;

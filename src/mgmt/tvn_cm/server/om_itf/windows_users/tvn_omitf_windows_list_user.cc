@@ -22,12 +22,11 @@ int TvnOmitfWindowsListUser::deal(void* req, void** rsp) {
         else if (key == "RID") list.set_rid(value);
         else list.set_status(value);
     }
-    if (sort) {
-        if (sort->key == "RID") list.set_listtype(WINDOWS_USER_LIST_BY_SID);
-        else if (sort->key == "NAME") list.set_listtype(WINDOWS_USER_LIST_BY_NAME);
-        else return tvn_omitf::fail(TVN_OM_FAIL(WIN_ERR_RANGE, "Sort key(%s) is invalid."), sort->key.substr(0, 64));
-        list.set_sorttype(sort->descending ? WINDOWS_USER_SORT_DESCEND : WINDOWS_USER_SORT_ASCEND);
-    }
+    WindowsUserListType list_type = WINDOWS_USER_LIST_BY_DEFAULT;
+    WindowsUserSortType order = WINDOWS_USER_SORT_DEFAULT;
+    if ((rc = U::DecodeListOrder(TVN_HERE, sort, list_type, order)) != 0) return rc;
+    list.set_listtype(list_type);
+    list.set_sorttype(order);
     ListWindowsUserRsp reply;
     rc = call_store(&TvnStoreWindowsUserApi::Api_ListWindowsUser, "ListWindowsUser", list, reply);
     if (rc != 0) return rc;

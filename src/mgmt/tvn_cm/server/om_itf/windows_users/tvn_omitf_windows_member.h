@@ -30,3 +30,24 @@ void fill_member(Req& r, const member_ref& m) {
 }
 
 }  // namespace tvn_win
+
+template <class Derived>
+template <class Req>
+int32_t tvn_omitf_windows_command<Derived>::change_membership(
+    void* req, void** rsp, int32_t (TvnStoreWindowsUserApi::*method)(const Req&, WindowsUserCommonRsp&, int),
+    const char* method_name) {
+    tvn_win::member_ref m;
+    int32_t rc = tvn_win::read_member_ref(TVN_HERE, req, m);
+    if (rc != 0) return rc;
+    if (tvn_win::is_domain_member(m.type) && m.sid.empty() &&
+        (rc = GetWindowsAdMemberSid(m.tenant, m.member, m.type, m.sid)) != 0)
+        return rc;
+    Req change;
+    tvn_win::fill_member(change, m);
+    WindowsUserCommonRsp reply;
+    if ((rc = call_store(method, method_name, change, reply)) != 0) return rc;
+    return tvn_omitf::answer_record(rsp, tvn_omitf::TVN_OM_MSG_ITEMS,
+                                    {{tvn_win::vocab::member_group.id, tvn_omitf::TYPE_STRING, m.group},
+                                     {tvn_win::vocab::member_name.id, tvn_omitf::TYPE_STRING, m.member},
+                                     {tvn_win::vocab::member_sid.id, tvn_omitf::TYPE_STRING, m.sid}});
+}

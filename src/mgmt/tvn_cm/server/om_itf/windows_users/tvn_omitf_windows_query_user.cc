@@ -1,27 +1,17 @@
 #include "tvn_omitf_windows_users_commands.h"
 
 using namespace tvn_win;
-using U = TvnOmitfWindowsUserUtil;
 
 int TvnOmitfWindowsQueryUser::deal(void* req, void** rsp) {
     uint32_t tenant = 0;
     account_ref ref;
-    int32_t rc = 0;
-    if ((rc = U::DecodeTenant(TVN_HERE, req, tenant)) != 0 ||
-        (rc = U::DecodeAccountRef(TVN_HERE, req, vocab::user_by, vocab::user_rid, vocab::user_name, ref)) != 0)
-        return rc;
+    if (int32_t rc = read_account(req, vocab::user_by, vocab::user_rid, vocab::user_name, tenant, ref)) return rc;
+    QueryWindowsUserByNameReq by_name;
+    QueryWindowsUserBySidReq by_sid;
     QueryWindowsUserRsp reply;
-    if (ref.by_rid) {
-        QueryWindowsUserBySidReq q;
-        q.set_tenant_id(tenant);
-        q.set_rid(ref.rid);
-        rc = call_store(&TvnStoreWindowsUserApi::Api_QueryWindowsUserBySid, "QueryWindowsUserBySid", q, reply);
-    } else {
-        QueryWindowsUserByNameReq q;
-        q.set_tenant_id(tenant);
-        q.set_name(ref.name);
-        rc = call_store(&TvnStoreWindowsUserApi::Api_QueryWindowsUserByName, "QueryWindowsUserByName", q, reply);
-    }
-    if (rc != 0) return rc;
+    if (int32_t rc = call_on_account(tenant, ref, by_name, by_sid, &TvnStoreWindowsUserApi::Api_QueryWindowsUserByName,
+                                     "QueryWindowsUserByName", &TvnStoreWindowsUserApi::Api_QueryWindowsUserBySid,
+                                     "QueryWindowsUserBySid", reply))
+        return rc;
     return tvn_omitf::answer_record(rsp, tvn_omitf::TVN_OM_MSG_ITEMS, user_items(reply.userinfo()));
 }

@@ -55,7 +55,7 @@ int TvnOmitfSetWindowsUserSecurityPolicy::deal(void* req, void** rsp) {
     }
     if (set.config_size() == 0) return tvn_omitf::fail(TVN_OM_FAIL(WIN_ERR_INVALID, "No policy item given."));
 
-    auto api = std::unique_ptr<tvn_store_conf_api>(new (std::nothrow) tvn_store_conf_api("127.0.0.1"));
+    auto api = open_conf();
     if (!api) return WIN_ERR_NOMEM;
     tvn_conf_common_rsp reply;
     rc = call(*api, &tvn_store_conf_api::set_tenant_config, "set_tenant_config", set, reply, kStoreTimeoutMs);

@@ -304,3 +304,15 @@ int32_t TvnOmitfWindowsUserUtil::GetGroupMemberAccountType(const here_t& here, v
     out = static_cast<WindowsMemberType>(type);
     return 0;
 }
+
+int32_t TvnOmitfWindowsUserUtil::DecodeListOrder(const here_t& here, const std::optional<tvn::query_sort>& sort,
+                                                 WindowsUserListType& list, WindowsUserSortType& order) {
+    list = WINDOWS_USER_LIST_BY_DEFAULT;
+    order = WINDOWS_USER_SORT_DEFAULT;
+    if (!sort) return 0;
+    if (sort->key == "RID") list = WINDOWS_USER_LIST_BY_SID;
+    else if (sort->key == "NAME") list = WINDOWS_USER_LIST_BY_NAME;
+    else return fail(on_fail{WIN_ERR_RANGE, "Sort key(%s) is invalid.", here}, sort->key.substr(0, 64));
+    order = sort->descending ? WINDOWS_USER_SORT_DESCEND : WINDOWS_USER_SORT_ASCEND;
+    return 0;
+}

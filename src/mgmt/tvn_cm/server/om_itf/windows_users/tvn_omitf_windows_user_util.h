@@ -17,6 +17,7 @@
 #include "tvn_log.h"
 #include "tvn_omitf_windows_users_vocab.h"
 #include "tvn_sec_string.h"
+#include "tvn_store_conf_api.h"
 #include "tvn_store_windows_user_api.h"
 #include "vstore_windows_user.pb.h"
 
@@ -103,6 +104,10 @@ public:
     static int32_t DecodeGroupType(const here_t& here, const std::string& text, WindowsGroupType& out);
     // A member kind of item 82 (absent: a local user); -22 when unreadable.
     static int32_t GetGroupMemberAccountType(const here_t& here, void* req, WindowsMemberType& out);
+    // The order of a list from its sort item: NAME or RID (-5 for another
+    // key).
+    static int32_t DecodeListOrder(const here_t& here, const std::optional<tvn::query_sort>& sort,
+                                   WindowsUserListType& list, WindowsUserSortType& order);
     // One group into record `index` of an answer.
     static int32_t EncodeWindowsGroup(void* ack, uint32_t index, const WindowsGroupInfo& info);
 };
@@ -170,6 +175,41 @@ protected:
         const auto& u = r.userinfo();
         name = u.domain().empty() || u.name().find('\\') != std::string::npos ? u.name() : u.domain() + "\\" + u.name();
         return true;
+    }
+    // Tenant and account of a delete, modify or show, logged at this
+    // command's sites.
+    int32_t read_account(void* req, const tvn_om_vocab::item_def& by, const tvn_om_vocab::item_def& rid,
+                         const tvn_om_vocab::item_def& name, uint32_t& tenant, tvn_win::account_ref& ref) {
+        if (int32_t rc = TvnOmitfWindowsUserUtil::DecodeTenant(TVN_HERE, req, tenant)) return rc;
+        return TvnOmitfWindowsUserUtil::DecodeAccountRef(TVN_HERE, req, by, rid, name, ref);
+    }
+    // One store call on the account a request named: the by-SID operation
+    // with its RID, or the by-name operation. `by_name` and `by_sid` come
+    // with what the call changes; the tenant and the account are set here.
+    template <class NameReq, class SidReq, class Rsp>
+    int32_t call_on_account(uint32_t tenant, const tvn_win::account_ref& ref, NameReq& by_name, SidReq& by_sid,
+                            int32_t (TvnStoreWindowsUserApi::*name_call)(const NameReq&, Rsp&, int),
+                            const char* name_text,
+                            int32_t (TvnStoreWindowsUserApi::*sid_call)(const SidReq&, Rsp&, int),
+                            const char* sid_text, Rsp& reply) {
+        if (ref.by_rid) {
+            by_sid.set_tenant_id(tenant);
+            by_sid.set_rid(ref.rid);
+            return call_store(sid_call, sid_text, by_sid, reply);
+        }
+        by_name.set_tenant_id(tenant);
+        by_name.set_name(ref.name);
+        return call_store(name_call, name_text, by_name, reply);
+    }
+    // Adds or removes one membership: the items, a domain member resolved
+    // to its SID, the store call; the answer names group, member and SID.
+    template <class Req>
+    int32_t change_membership(void* req, void** rsp, int32_t (TvnStoreWindowsUserApi::*method)(const Req&, WindowsUserCommonRsp&, int),
+                              const char* method_name);
+    std::unique_ptr<tvn_store_conf_api> open_conf() {
+        auto api = std::unique_ptr<tvn_store_conf_api>(new (std::nothrow) tvn_store_conf_api("127.0.0.1"));
+        if (!api) TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, tvn_win::WIN_ERR_NOMEM, "New tvn_store_conf_api failed.");
+        return api;
     }
     // The answer of a change: the object's name and RID as the store gives
     // them, else as the request named them.
