@@ -2,6 +2,7 @@
 // tvn_cm -> tvn_sim (store and lookup), on 127.0.0.1. One node serves the
 // whole suite; each test works in tenants and names of its own.
 #include <fstream>
+#include <thread>
 #include <memory>
 #include <set>
 #include <string>
@@ -322,6 +323,95 @@ TEST_F(WinE2E, NoPlainPasswordUnderTheRoot) {
 
     for (const std::string& secret : {created, changed, typed})
         EXPECT_TRUE(node_->files_containing(secret).empty()) << secret;
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(WinE2E, ConcurrentCreatesGetDistinctRidsThatSurviveARestart) {
+    const uint32_t t = 20;
+    constexpr int kThreads = 6, kEach = 15;
+    std::vector<std::vector<std::string>> rids(kThreads);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back([&, i] {
+            for (int j = 0; j < kEach; ++j) {
+                answer a = call(user("c" + std::to_string(i) + "_" + std::to_string(j)), t);
+                rids[i].push_back(a.ok() ? a.str(0, kRid) : "failed " + std::to_string(a.result()));
+            }
+        });
+    for (auto& th : threads) th.join();
+    std::set<std::string> all;
+    for (const auto& r : rids) all.insert(r.begin(), r.end());
+    EXPECT_EQ(all.size(), static_cast<size_t>(kThreads * kEach));
+    EXPECT_EQ(*all.begin(), "1000");
+    EXPECT_EQ(count(vocab::user_count.code, t), static_cast<uint32_t>(kThreads * kEach));
+
+    // The highest RID is deleted; after a restart of the store it is still
+    // not given again.
+    const std::string last = std::to_string(1000 + kThreads * kEach - 1);
+    ASSERT_TRUE(call(request(vocab::user_delete.code).s(kRid, last), t).ok());
+    node_->stop_store();
+    ASSERT_TRUE(node_->start_store());
+    EXPECT_EQ(create_user(t, "after_restart"), std::to_string(1000 + kThreads * kEach));
+}
+
+TEST_F(WinE2E, GroupsByRidAndMembersFollowRenames) {
+    const uint32_t t = 21;
+    create_user(t, "ren_user");
+    answer g = call(request(vocab::group_create.code).s(kName, "ren_group").s(kRid, "7000").s(kPriv, "[3]"), t);
+    ASSERT_TRUE(g.ok()) << g;
+    EXPECT_EQ(g.str(0, kRid), "7000");
+    ASSERT_TRUE(call(request(vocab::member_add.code).s(kName, "ren_group").s(kMember, "ren_user"), t).ok());
+    // A domain name given as a local user is no local user; a domain
+    // member given with its SID is taken as it is.
+    EXPECT_EQ(call(request(vocab::member_add.code).s(kName, "ren_group").s(kMember, "CORP\\bob"), t).result(), -2);
+    ASSERT_TRUE(call(request(vocab::member_add.code)
+                         .s(kName, "ren_group")
+                         .s(kMember, "anything")
+                         .s(kMemberSid, "S-1-5-21-1-2-3-513")
+                         .e(kMemberType, 3),
+                     t)
+                    .ok());
+    EXPECT_EQ(call(request(vocab::member_add.code).s(kName, "ren_group").s(kMember, "x").e(kMemberType, 9), t).result(),
+              -22);
+
+    ASSERT_TRUE(call(request(vocab::user_modify.code).s(kName, "ren_user").s(kNewName, "ren_user2"), t).ok());
+    ASSERT_TRUE(call(request(vocab::group_modify.code).s(kRid, "7000").s(kNewName, "ren_group2"), t).ok());
+    answer list = members(t, "ren_group2");
+    ASSERT_TRUE(list.ok()) << list;
+    std::vector<std::string> names = column(list, kMember);
+    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).count("ren_user2"), 1u);
+    answer prefixed = call(request(vocab::member_list.code).s(kName, "ren_group2").s(kQuery, R"({"NAME": "REN"})"), t);
+    EXPECT_EQ(column(prefixed, kMember), (std::vector<std::string>{"ren_user2"}));
+    EXPECT_EQ(call(request(vocab::group_show.code).s(kName, "ren_group2"), t).str(0, kPriv), "[3]");
+}
+
+TEST_F(WinE2E, TvnOmCommands) {
+    const std::string t = "22";
+    struct step {
+        std::vector<std::string> args;
+        int status;
+        std::string shows;
+    } steps[] = {
+        {{"win", "group", "create", "--name", "omg", "--vstore", t}, 0, "omg"},
+        {{"win", "user", "create", "--name", "omu", "--password", "x", "--vstore", t}, 2, "--password"},
+        {{"win", "user", "show", "--vstore", t}, 2, "--name or --rid"},
+        {{"win", "member", "add", "--group", "omg", "--member", "CORP\\carol", "--type", "ad-user", "--vstore", t},
+         0, "added"},
+        {{"win", "member", "list", "--group", "omg", "--vstore", t}, 0, "CORP\\carol"},
+        {{"win", "member", "count", "--group", "omg", "--vstore", t}, 0, "count: 1"},
+        {{"win", "group", "list", "--type", "builtin", "--vstore", t}, 0, "S-1-5-32-544"},
+        {{"win", "group", "delete", "--name", "Administrators", "--vstore", t}, 1, "built-in"},
+        {{"win", "policy", "set", "--pwd-complex", "1", "--vstore", t}, 0, "policy set"},
+        {{"win", "policy", "show", "--vstore", t}, 0, "pwdComplex"},
+    };
+    for (const auto& s : steps) {
+        tvn_test::tool_run run = tvn_test::run_tool("tvn_om", s.args);
+        EXPECT_EQ(run.status, s.status) << s.args[2] << " " << s.args[3] << ": " << run.out;
+        EXPECT_NE(run.out.find(s.shows), std::string::npos) << run.out;
+    }
 }
 
 }  // namespace
