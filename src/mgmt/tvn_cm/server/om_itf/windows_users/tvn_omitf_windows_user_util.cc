@@ -226,7 +226,7 @@ int32_t TvnOmitfWindowsUserUtil::DecodeAccountRef(const here_t& here, void* req,
         out.rid = *given_rid;
         return 0;
     }
-    return DecodeName(here, req, name, "StrUserName null.", out.name);
+    return DecodeName(here, req, name, name.scope == "group" ? "StrGroupName null." : "StrUserName null.", out.name);
 }
 
 int32_t TvnOmitfWindowsUserUtil::DecodeFilter(const here_t& here, void* req,
