@@ -7,7 +7,7 @@ PACKAGES=(
   protobuf-compiler libprotobuf-dev
   libzmq3-dev cppzmq-dev
   libboost-dev libboost-thread-dev
-  libfmt-dev nlohmann-json3-dev libsqlite3-dev libcap-dev libacl1-dev
+  libfmt-dev nlohmann-json3-dev libsqlite3-dev libcap-dev libacl1-dev libssl-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   clang libclang-rt-14-dev
   python3

@@ -23,6 +23,7 @@
 #include "sim_refusing_services.h"
 #include "sim_user_mapping_service.h"
 #include "sim_seed.h"
+#include "sim_windows_user_service.h"
 #include "sim_result.h"
 #include <sys/stat.h>
 
@@ -329,7 +330,12 @@ int main(int argc, char** argv) {
     sim_conf_service conf(store);
     sim_cifs_store_service cifs;
     sim_user_mapping_store_service mapping(store);
-    sim_windows_user_store_service windows;
+    sim_windows_user_service windows(store);
+    if (windows.open(err) != SIM_OK) {
+        std::fprintf(stderr, "tvn_sim: %s\n", err.c_str());
+        TvnLogFini();
+        return 1;
+    }
     sim_kerberos_realm_store_service krb_realm;
     sim_kerberos_store_service krb;
     sim_kerberos_encrypt_store_service krb_enc;

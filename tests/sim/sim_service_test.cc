@@ -12,6 +12,7 @@
 #include "sim_user_mapping_service.h"
 #include "sim_result.h"
 #include "sim_test_util.h"
+#include "sim_windows_user_service.h"
 
 using namespace tvn::sim;
 using sim_test::store_fixture;
@@ -84,7 +85,9 @@ int64_t result_of(const google::protobuf::Message& rsp) {
 TEST_F(sim_service_calls, EveryMethodOfEveryServiceAnswersWithAWholeReply) {
     sim_cifs_store_service cifs;
     sim_user_mapping_store_service mapping(*store_);
-    sim_windows_user_store_service windows;
+    sim_windows_user_service windows(*store_);
+    std::string err;
+    ASSERT_EQ(windows.open(err), SIM_OK) << err;
     sim_kerberos_realm_store_service realm;
     sim_kerberos_store_service krb;
     sim_kerberos_encrypt_store_service enc;

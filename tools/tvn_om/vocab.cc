@@ -6,6 +6,7 @@
 #include "nfs/tvn_omitf_nfs_vocab.h"
 #include "auth/tvn_omitf_auth_vocab.h"
 #include "usermapping/tvn_omitf_usermapping_vocab.h"
+#include "windows_users/tvn_omitf_windows_users_vocab.h"
 #include "tvn_om_cli.h"
 
 namespace tvn_om {
@@ -17,6 +18,7 @@ constexpr const tvn_om_vocab::family_def* kFamilies[] = {
     &tvn_nfs::vocab::family,
     &tvn_auth::vocab::family,
     &tvn_usermapping::vocab::family,
+    &tvn_win::vocab::family,
 };
 
 // Markdown cells hold no bare "|".

@@ -1,0 +1,6 @@
+#include "tvn_omitf_windows_member.h"
+#include "tvn_omitf_windows_users_commands.h"
+
+int TvnOmitfWindowsRemoveGroupMember::deal(void* req, void** rsp) {
+    return change_membership(req, rsp, &TvnStoreWindowsUserApi::Api_DelWindowsMemberShip, "DelWindowsMemberShip");
+}
