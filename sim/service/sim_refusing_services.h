@@ -4,7 +4,6 @@
 // rather than left to time out.
 #include "sim_service_base.h"
 #include "talvane_store_cifs.pb.h"
-#include "talvane_store_kerberos.pb.h"
 #include "talvane_store_user_mapping.pb.h"
 #include "vstore_windows_user.pb.h"
 
@@ -13,8 +12,5 @@ namespace tvn::sim {
 using sim_cifs_store_service = sim_service<tvn_store_cifs_service>;
 using sim_user_mapping_store_service = sim_service<tvn_store_user_mapping_service>;
 using sim_windows_user_store_service = sim_service<TvnStoreWindowsUserMgmtService>;
-using sim_kerberos_realm_store_service = sim_service<TvnStoreKerberosRealmService>;
-using sim_kerberos_store_service = sim_service<TvnStoreKerberosService>;
-using sim_kerberos_encrypt_store_service = sim_service<TvnStoreKerberosEncryptService>;
 
 }  // namespace tvn::sim
