@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "common/tvn_om_common_vocab.h"
+#include "kerberos/tvn_omitf_kerberos_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
 #include "tvn_om_cli.h"
 
@@ -13,6 +14,7 @@ namespace {
 constexpr const tvn_om_vocab::family_def* kFamilies[] = {
     &tvn_om_common::family,
     &tvn_nfs::vocab::family,
+    &tvn_krb::vocab::family,
 };
 
 // Markdown cells hold no bare "|".

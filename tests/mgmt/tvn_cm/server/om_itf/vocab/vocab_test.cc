@@ -16,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "common/tvn_om_common_vocab.h"
+#include "kerberos/tvn_omitf_kerberos_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
 #include "tvn_cm_ombase.h"
 #include "tvn_cm_omagent.h"
@@ -23,7 +24,8 @@
 
 namespace {
 
-const tvn_om_vocab::family_def* const kFamilies[] = {&tvn_om_common::family, &tvn_nfs::vocab::family};
+const tvn_om_vocab::family_def* const kFamilies[] = {&tvn_om_common::family, &tvn_nfs::vocab::family,
+                                                     &tvn_krb::vocab::family};
 
 std::string class_name(const tvn_cm_ombase& h) {
     int status = 0;
