@@ -70,6 +70,19 @@ tvn_om::view_fn print_rows(std::vector<std::string> headers, std::vector<const i
     };
 }
 
+// "<noun> <name> <verb>", the name from the answer or else the request.
+tvn_om::view_fn print_done(std::string noun, std::string verb, uint32_t name_item) {
+    return [noun, verb, name_item](const om_request& request, const OmReply& reply, std::ostream& out) {
+        std::string name;
+        for (const auto& rec : reply.answer().record())
+            if (tvn_om::find_item(rec, name_item) != nullptr) name = text_of(rec, name_item);
+        if (name.empty())
+            for (const auto& rec : request.message().record())
+                if (tvn_om::find_item(rec, name_item) != nullptr) name = text_of(rec, name_item);
+        out << noun << " " << name << " " << verb << "\n";
+    };
+}
+
 // {"offset": N, "limit": N} from --offset/--limit into item `id`.
 std::string add_range(const option_parser& p, uint32_t id, om_request& req) {
     if (!p.has("offset") && !p.has("limit")) return "";
@@ -112,18 +125,24 @@ std::string realm_name_build(const option_parser& p, om_request& req) {
     return add_texts(p, {&vocab::realm_name}, req);
 }
 
-const tvn_om::command_registrar krb_group([] {
-    tvn_om::register_group({"krb"}, "Kerberos: realm, service, keytab, lif, enctypes, cache-size, cache");
-    return tvn_om::family_command(
-        F, vocab::realm_add, [] { return realm_parser("add", true); }, realm_build,
-        tvn_om::print_changed("realm", "added", vocab::realm_name.id, vocab::realm_name.id));
-}());
+const tvn_om::group_registrar krb_group({"krb"}, std::string(F.title));
+const tvn_om::group_registrar realm_group({"krb", "realm"}, "Kerberos realms: add, modify, delete, show, list, count");
+const tvn_om::group_registrar service_group({"krb", "service"}, "Kerberos on LIFs: enable, disable, show, list, count");
+const tvn_om::group_registrar keytab_group({"krb", "keytab"}, "Keytab files: import");
+const tvn_om::group_registrar lif_group({"krb", "lif"}, "LIFs Kerberos may use: list, count");
+const tvn_om::group_registrar enctypes_group({"krb", "enctypes"}, "Allowed encryption types: show, set");
+const tvn_om::group_registrar cache_size_group({"krb", "cache-size"}, "GSS cache size: show, set");
+const tvn_om::group_registrar cache_group({"krb", "cache"}, "Kernel Kerberos caches (spn, user, context): clear");
+
+const tvn_om::command_registrar realm_add(tvn_om::family_command(
+    F, vocab::realm_add, [] { return realm_parser("add", true); }, realm_build,
+    print_done("realm", "added", vocab::realm_name.id)));
 const tvn_om::command_registrar realm_modify(tvn_om::family_command(
     F, vocab::realm_modify, [] { return realm_parser("modify", false); }, realm_build,
-    tvn_om::print_changed("realm", "modified", vocab::realm_name.id, vocab::realm_name.id)));
+    print_done("realm", "modified", vocab::realm_name.id)));
 const tvn_om::command_registrar realm_delete(tvn_om::family_command(
     F, vocab::realm_delete, [] { return realm_name_parser("delete", true); }, realm_name_build,
-    tvn_om::print_changed("realm", "deleted", vocab::realm_name.id, vocab::realm_name.id)));
+    print_done("realm", "deleted", vocab::realm_name.id)));
 const tvn_om::command_registrar realm_show(tvn_om::family_command(
     F, vocab::realm_show, [] { return realm_name_parser("show", false); }, realm_name_build,
     print_fields({std::begin(kRealmItems), std::end(kRealmItems)})));
@@ -214,10 +233,10 @@ const item_def* const kServiceItems[] = {&vocab::service_lif, &vocab::service_sp
 
 const tvn_om::command_registrar service_enable(tvn_om::family_command(
     F, kEnable, [] { return service_change_parser(true); }, service_change_build(true),
-    tvn_om::print_changed("Kerberos on LIF", "enabled", vocab::service_lif.id, vocab::service_lif.id)));
+    print_done("Kerberos on LIF", "enabled", vocab::service_lif.id)));
 const tvn_om::command_registrar service_disable(tvn_om::family_command(
     F, kDisable, [] { return service_change_parser(false); }, service_change_build(false),
-    tvn_om::print_changed("Kerberos on LIF", "disabled", vocab::service_lif.id, vocab::service_lif.id)));
+    print_done("Kerberos on LIF", "disabled", vocab::service_lif.id)));
 const tvn_om::command_registrar service_show(tvn_om::family_command(
     F, vocab::service_show,
     [] {

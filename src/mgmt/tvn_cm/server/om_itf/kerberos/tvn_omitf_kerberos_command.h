@@ -137,13 +137,26 @@ protected:
     }
 };
 
-// A command class of the family: its name, its base, and (TVN_KRB_OPLOG)
-// whether it writes an operation log.
-#define TVN_KRB_COMMAND(Cls, Base, Oplog)                         \
-    class Cls : public Base<Cls> {                                \
-    public:                                                       \
-        static constexpr const char* kName = #Cls;                \
-        using Base<Cls>::Base;                                    \
-        Oplog private : int deal(void* req, void** rsp) override; \
+// A command class of the family that only reads, and one that changes
+// something and writes an operation log from the members given after its
+// base.
+#define TVN_KRB_COMMAND(Cls, Base)                 \
+    class Cls : public Base<Cls> {                 \
+    public:                                        \
+        static constexpr const char* kName = #Cls; \
+        using Base<Cls>::Base;                     \
+                                                   \
+    private:                                       \
+        int deal(void* req, void** rsp) override;  \
     };
-#define TVN_KRB_OPLOG void oplog_send(int result, unsigned int number) override;
+#define TVN_KRB_CHANGING_COMMAND(Cls, Base, ...)                   \
+    class Cls : public Base<Cls> {                                 \
+    public:                                                        \
+        static constexpr const char* kName = #Cls;                 \
+        using Base<Cls>::Base;                                     \
+        void oplog_send(int result, unsigned int number) override; \
+                                                                   \
+    private:                                                       \
+        int deal(void* req, void** rsp) override;                  \
+        __VA_ARGS__                                                \
+    };

@@ -83,9 +83,9 @@ protected:
     std::string realm_oplog() const { return m_realm.name + (m_realm.kdc_ip ? "," + *m_realm.kdc_ip : std::string()); }
 };
 
-TVN_KRB_COMMAND(TvnOmitfKerberosAddRealmConfig, tvn_omitf_kerberos_realm_command, TVN_KRB_OPLOG)
-TVN_KRB_COMMAND(TvnOmitfKerberosModifyRealmConfig, tvn_omitf_kerberos_realm_command, TVN_KRB_OPLOG)
-TVN_KRB_COMMAND(TvnOmitfKerberosDelRealmConfig, tvn_omitf_kerberos_realm_command, TVN_KRB_OPLOG)
-TVN_KRB_COMMAND(TvnOmitfKerberosGetRealmConfig, tvn_omitf_kerberos_realm_command, )
-TVN_KRB_COMMAND(TvnOmitfKerberosListRealmConfig, tvn_omitf_kerberos_realm_command, )
-TVN_KRB_COMMAND(TvnOmitfKerberosGetRealmConfigCount, tvn_omitf_kerberos_realm_command, )
+TVN_KRB_CHANGING_COMMAND(TvnOmitfKerberosAddRealmConfig, tvn_omitf_kerberos_realm_command)
+TVN_KRB_CHANGING_COMMAND(TvnOmitfKerberosModifyRealmConfig, tvn_omitf_kerberos_realm_command)
+TVN_KRB_CHANGING_COMMAND(TvnOmitfKerberosDelRealmConfig, tvn_omitf_kerberos_realm_command)
+TVN_KRB_COMMAND(TvnOmitfKerberosGetRealmConfig, tvn_omitf_kerberos_realm_command)
+TVN_KRB_COMMAND(TvnOmitfKerberosListRealmConfig, tvn_omitf_kerberos_realm_command)
+TVN_KRB_COMMAND(TvnOmitfKerberosGetRealmConfigCount, tvn_omitf_kerberos_realm_command)

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "kerberos/tvn_omitf_kerberos_vocab.h"
+#include "krb_keytab.h"
 #include "talvane_store_conf.pb.h"
 #include "tvn_store_conf_api.h"
 #include "tvn_test_node.h"
@@ -16,28 +17,6 @@ using req = tvn_test::om_request;
 
 constexpr const char* kPassword = "Join@123";  // the seed's joiner
 constexpr const char* kWrongPassword = "Krb-Wr0ng-Secret";
-
-// An MIT keytab (0x502) with one entry per principal "comp1/comp2@REALM".
-std::string keytab_bytes(const std::vector<std::vector<std::string>>& principals, const std::string& realm) {
-    auto u16 = [](std::string& o, uint32_t v) { o += char(v >> 8), o += char(v & 0xFF); };
-    auto u32 = [&](std::string& o, uint32_t v) { u16(o, v >> 16), u16(o, v & 0xFFFF); };
-    auto counted = [&](std::string& o, const std::string& s) { u16(o, uint32_t(s.size())), o += s; };
-    std::string out("\x05\x02", 2);
-    for (const auto& comps : principals) {
-        std::string e;
-        u16(e, uint32_t(comps.size()));
-        counted(e, realm);
-        for (const auto& c : comps) counted(e, c);
-        u32(e, 1);           // KRB5_NT_PRINCIPAL
-        u32(e, 1700000000);  // timestamp
-        e += char(3);        // kvno
-        u16(e, 18);          // aes256-cts-hmac-sha1-96
-        counted(e, std::string(32, 'k'));
-        u32(out, uint32_t(e.size()));
-        out += e;
-    }
-    return out;
-}
 
 class KerberosE2E : public ::testing::Test {
 protected:
@@ -198,8 +177,8 @@ TEST_F(KerberosE2E, ServicesKeytabsAndCaches) {
 
     // Keytabs: a real one holding the SPN's host, and a file that is not one.
     std::filesystem::create_directories(node_->path("/tmp"));
-    std::ofstream(node_->path("/tmp/nfs.keytab"), std::ios::binary)
-        << keytab_bytes({{"nfs", "server.svc.example"}, {"host", "server.svc.example"}}, "SVC.EXAMPLE");
+    std::ofstream(node_->path("/tmp/nfs.keytab"), std::ios::binary) << krb_test::keytab_bytes(
+        {{{"nfs", "server.svc.example"}, "SVC.EXAMPLE"}, {{"host", "server.svc.example"}, "SVC.EXAMPLE"}});
     std::ofstream(node_->path("/tmp/plain.txt")) << "not a keytab\n";
     auto import = [](const std::string& host, const std::string& path) {
         return req(v::keytab_import.code).s(71, host).s(80, "lif2").s(72, path);
