@@ -132,6 +132,16 @@ protected:
         }
         return 0;
     }
+    // A list answer, one record per entry.
+    template <class Entries, class ItemsOf>
+    int32_t answer_list(void** rsp, const Entries& entries, ItemsOf items_of, const char* noun) {
+        int32_t rc = this->answer_page(rsp, entries, items_of, noun);
+        if (rc != 0) {
+            TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "%s build reply failed.", Derived::kName);
+            return tvn_krb::KRB_ERR_REPLY;
+        }
+        return 0;
+    }
     tvn_omitf::answer_item tenant_item() const {
         return {TVN_OM_ITEM_VSTORE_ID, tvn_omitf::TYPE_STRING, std::to_string(m_tenant)};
     }

@@ -66,7 +66,7 @@ int TvnOmitfKerberosListServiceConf::deal(void* req, void** rsp) {
     rc = call_store(&TvnStoreKerberosApi::ListKerberosServiceConfig, "ListKerberosServiceConfig", list, reply,
                     "List Kerberos service config failed.");
     if (rc != 0) return rc;
-    return answer_page(rsp, reply.service_info(), service_items, "services");
+    return answer_list(rsp, reply.service_info(), service_items, "services");
 }
 
 int TvnOmitfKerberosGetLifCount::deal(void* req, void** rsp) {

@@ -51,7 +51,7 @@ int TvnOmitfKerberosListAvailableLif::deal(void* req, void** rsp) {
         TVN_LOG(TVN_LOG_MODULE_CM, TVN_LOG_ERROR, rc, "List available lif failed.");
         return rc;
     }
-    return answer_page(
+    return answer_list(
         rsp, reply.lif_info(),
         [](const kerberos_lifinfo& lif) -> std::vector<tvn_omitf::answer_item> {
             return {{vocab::service_lif.id, tvn_omitf::TYPE_STRING, lif.lif_name()},

@@ -14,5 +14,5 @@ int TvnOmitfKerberosListRealmConfig::deal(void* req, void** rsp) {
     rc = call_store(&TvnStoreKerberosApi::ListKerberosRealmConfig, "ListKerberosRealmConfig", list, reply,
                     "List Kerberos realm config failed.");
     if (rc != 0) return rc;
-    return answer_page(rsp, reply.realmconfig(), realm_items, "realms");
+    return answer_list(rsp, reply.realmconfig(), realm_items, "realms");
 }

@@ -84,7 +84,7 @@ inline constexpr item_def realm_name{64, item_type::string, "name", "realm name,
                                      "realm"};
 inline constexpr item_def realm_kdc_ip{65, item_type::string, "kdc-ip", "KDC address, IPv4 or IPv6", "realm"};
 inline constexpr item_def realm_port{66, item_type::unsigned32, "port", "KDC port", "realm", {}, "88", 1, 65535};
-inline constexpr item_def realm_vendor{67, item_type::unsigned32, "vendor", "KDC vendor", "realm", kVendor};
+inline constexpr item_def realm_vendor{67, item_type::enumeration, "vendor", "KDC vendor", "realm", kVendor};
 inline constexpr item_def realm_ad_server{68, item_type::string, "ad-server",
                                           "AD server name, host-name characters, at most 255", "realm"};
 inline constexpr item_def realm_ad_ip{69, item_type::string, "ad-ip", "AD server address, IPv4 or IPv6", "realm"};
@@ -100,7 +100,7 @@ inline constexpr item_def service_account{66, item_type::string, "account",
 inline constexpr item_def service_password{67, item_type::string, "",
                                            "the account's password, at most 32 characters (secure reader)", "service"};
 inline constexpr item_def service_switch{
-    68, item_type::unsigned32, "switch", "enable or disable Kerberos on the LIF", "service", kSwitch};
+    68, item_type::enumeration, "switch", "enable or disable Kerberos on the LIF", "service", kSwitch};
 inline constexpr item_def service_realm{69, item_type::string, "realm", "realm name, at most 255 characters",
                                         "service"};
 inline constexpr item_def service_overwrite{

@@ -84,7 +84,7 @@ TEST_F(KerberosE2E, RealmLifeCycle) {
     // Both vendors; no port is 88.
     ASSERT_TRUE(node_->call(realm("CORP.EXAMPLE.COM").s(68, "dc1.corp.example.com").s(69, "192.0.2.11")).ok());
     ASSERT_TRUE(
-        node_->call(req(v::realm_add.code).s(64, "UNIX.EXAMPLE").s(65, "2001:db8::5").u(66, 750).u(67, 2)).ok());
+        node_->call(req(v::realm_add.code).s(64, "UNIX.EXAMPLE").s(65, "2001:db8::5").u(66, 750).e(67, 2)).ok());
     EXPECT_EQ(node_->call(realm("corp.example.com")).result(), -17) << "names are unique without regard to case";
 
     auto show = node_->call(req(v::realm_show.code).s(64, "CORP.EXAMPLE.COM"));
