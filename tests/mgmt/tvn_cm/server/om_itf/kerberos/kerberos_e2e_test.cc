@@ -205,6 +205,10 @@ TEST_F(KerberosE2E, ServicesKeytabsAndCaches) {
     EXPECT_EQ(cleared.num(0, 10), 1u);
     EXPECT_TRUE(node_->call(req(v::cache_clear.code).s(65, "context")).ok());
     EXPECT_EQ(node_->call(req(v::cache_clear.code).s(65, "tickets")).result(), KRB_ERR_INVALID);
+    // A kernel that does not take the request.
+    node_->stop_cm();
+    ASSERT_TRUE(node_->start_cm({{"TVN_FAIL_AT", "tvn_kchannel_request"}}));
+    EXPECT_EQ(node_->call(req(v::cache_clear.code).s(65, "user")).result(), -1);
 
     ASSERT_TRUE(node_->call(req(v::service_change.code).u(68, 0).s(64, "lif2")).ok());
     EXPECT_EQ(node_->call(req(v::service_show.code).s(64, "lif2")).result(), -2);
