@@ -19,6 +19,7 @@
 #include "sim_auth_service.h"
 #include "sim_conf_service.h"
 #include "sim_kagent_service.h"
+#include "sim_kerberos_service.h"
 #include "sim_nfs_service.h"
 #include "sim_refusing_services.h"
 #include "sim_user_mapping_service.h"
@@ -336,9 +337,9 @@ int main(int argc, char** argv) {
         TvnLogFini();
         return 1;
     }
-    sim_kerberos_realm_store_service krb_realm;
-    sim_kerberos_store_service krb;
-    sim_kerberos_encrypt_store_service krb_enc;
+    sim_kerberos_realm_store_service krb_realm(store);
+    sim_kerberos_store_service krb(store);
+    sim_kerberos_encrypt_store_service krb_enc(store);
     sim_auth_service auth(store);
     sim_lookup_service lookup(store);
     sim_diagnose_service diagnose(store);

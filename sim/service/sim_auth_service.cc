@@ -1,4 +1,5 @@
 #include "sim_auth_service.h"
+#include "sim_kerberos_service.h"
 
 #include <fmt/format.h>
 
@@ -741,7 +742,7 @@ SIM_RPC_IMPL(sim_diagnose_service, ClearTenantConfCache, TvnClearTenantConfCache
 SIM_RPC_IMPL(sim_diagnose_service, GetKerberosKoStatus, TvnGetKerberosKoStatusReq,
              TvnGetKerberosKoStatusRsp) {
     (void)req;
-    rsp->set_status(SIM_OK);
+    rsp->set_status(kerberos_ko_status());
 }
 
 SIM_RPC_IMPL(sim_diagnose_service, GetKoStatus, TvnGetKerberosKoStatusReq,

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <nlohmann/json.hpp>
 
+#include "sim_kerberos_service.h"
 #include "sim_result.h"
 
 namespace tvn::sim {
@@ -42,6 +43,7 @@ uint32_t sim_kagent_service::local_node_id() {
 SIM_RPC_IMPL(sim_kagent_service, kagent_pum, tvn_ka_pum_req, tvn_ka_pum_rsp) {
     if (usermap_kernel_answer(store_, *req, rsp)) return;
     const std::string& cmd = req->cmdstr();
+    if (req->module() == "kchannel" && kerberos_kernel_request(store_, *req, *rsp)) return;
     if (req->module() == "fs" && cmd == "get_fsid_by_name") {
         uint32_t tenant = 0;
         std::string name = req->value();

@@ -4,13 +4,9 @@
 // rather than left to time out.
 #include "sim_service_base.h"
 #include "talvane_store_cifs.pb.h"
-#include "talvane_store_kerberos.pb.h"
 
 namespace tvn::sim {
 
 using sim_cifs_store_service = sim_service<tvn_store_cifs_service>;
-using sim_kerberos_realm_store_service = sim_service<TvnStoreKerberosRealmService>;
-using sim_kerberos_store_service = sim_service<TvnStoreKerberosService>;
-using sim_kerberos_encrypt_store_service = sim_service<TvnStoreKerberosEncryptService>;
 
 }  // namespace tvn::sim

@@ -7,6 +7,7 @@
 #include "sim_auth_service.h"
 #include "sim_conf_service.h"
 #include "sim_kagent_service.h"
+#include "sim_kerberos_service.h"
 #include "sim_nfs_service.h"
 #include "sim_refusing_services.h"
 #include "sim_user_mapping_service.h"
@@ -88,9 +89,9 @@ TEST_F(sim_service_calls, EveryMethodOfEveryServiceAnswersWithAWholeReply) {
     sim_windows_user_service windows(*store_);
     std::string err;
     ASSERT_EQ(windows.open(err), SIM_OK) << err;
-    sim_kerberos_realm_store_service realm;
-    sim_kerberos_store_service krb;
-    sim_kerberos_encrypt_store_service enc;
+    sim_kerberos_realm_store_service realm(*store_);
+    sim_kerberos_store_service krb(*store_);
+    sim_kerberos_encrypt_store_service enc(*store_);
     google::protobuf::Service* all[] = {nfs_.get(), conf_.get(), auth_.get(), lookup_.get(),
                                         diag_.get(), kagent_.get(), &cifs, &mapping,
                                         &windows, &realm, &krb, &enc};

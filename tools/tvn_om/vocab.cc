@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "common/tvn_om_common_vocab.h"
+#include "kerberos/tvn_omitf_kerberos_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
 #include "auth/tvn_omitf_auth_vocab.h"
 #include "usermapping/tvn_omitf_usermapping_vocab.h"
@@ -19,6 +20,7 @@ constexpr const tvn_om_vocab::family_def* kFamilies[] = {
     &tvn_auth::vocab::family,
     &tvn_usermapping::vocab::family,
     &tvn_win::vocab::family,
+    &tvn_krb::vocab::family,
 };
 
 // Markdown cells hold no bare "|".

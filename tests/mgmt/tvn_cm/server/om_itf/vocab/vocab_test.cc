@@ -17,6 +17,7 @@
 
 #include "common/tvn_om_common_vocab.h"
 #include "auth/tvn_omitf_auth_vocab.h"
+#include "kerberos/tvn_omitf_kerberos_vocab.h"
 #include "nfs/tvn_omitf_nfs_vocab.h"
 #include "usermapping/tvn_omitf_usermapping_vocab.h"
 #include "windows_users/tvn_omitf_windows_users_vocab.h"
@@ -27,8 +28,8 @@
 namespace {
 
 const tvn_om_vocab::family_def* const kFamilies[] = {
-    &tvn_om_common::family,       &tvn_nfs::vocab::family, &tvn_auth::vocab::family,
-    &tvn_usermapping::vocab::family, &tvn_win::vocab::family,
+    &tvn_om_common::family,          &tvn_nfs::vocab::family, &tvn_auth::vocab::family,
+    &tvn_usermapping::vocab::family, &tvn_win::vocab::family, &tvn_krb::vocab::family,
 };
 
 std::string class_name(const tvn_cm_ombase& h) {
