@@ -26,12 +26,9 @@ using tvn_om::option_parser;
 using tvn_om::text_of;
 using tvn_om_vocab::item_def;
 
-// The family's folder is "auth"; the operator knows the commands as "ad".
 tvn_om::command_info ad_command(const tvn_om_vocab::command_def& c, tvn_om::parser_fn parser,
                                 tvn_om::build_fn build, tvn_om::view_fn view) {
-    auto info = tvn_om::family_command(vocab::family, c, std::move(parser), std::move(build), std::move(view));
-    info.path[0] = "ad";
-    return info;
+    return tvn_om::family_command(vocab::family, c, std::move(parser), std::move(build), std::move(view));
 }
 
 option_parser with_vstore(option_parser p) { return tvn_om::vstore_option(p); }

@@ -107,7 +107,7 @@ std::string text_of(const OmRecord& rec, uint32_t id) {
 command_info family_command(const tvn_om_vocab::family_def& family, const tvn_om_vocab::command_def& command,
                             parser_fn parser, build_fn build, view_fn view) {
     command_info info;
-    info.path = {std::string(family.name)};
+    info.path = {std::string(family.cli_group())};
     std::string words(command.words);
     for (size_t start = 0; start < words.size();) {
         size_t space = words.find(' ', start);

@@ -19,9 +19,7 @@ using tvn_om::option_parser;
 using tvn_om::text_of;
 using tvn_om_vocab::item_def;
 
-// The family under the short group name the operator types.
-constexpr tvn_om_vocab::family_def F{"krb", vocab::family.title, vocab::family.items, vocab::family.commands,
-                                     vocab::family.errors};
+const auto& F = vocab::family;
 
 option_parser with(option_parser p, std::initializer_list<std::pair<const item_def*, bool>> items) {
     for (auto [item, required] : items) tvn_om::item_option(p, *item, required);

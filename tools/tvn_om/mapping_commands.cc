@@ -26,7 +26,6 @@ tvn_om::command_info mapping_command(const tvn_om_vocab::command_def& command, t
                                      std::string positional, build_with_arg build, tvn_om::view_fn view) {
     tvn_om::command_info info = tvn_om::family_command(
         vocab::family, command, parser, [](const option_parser&, om_request&) { return std::string(); }, view);
-    info.path[0] = "mapping";
     const uint64_t opcode = command.code;
     info.run = [parser, positional, opcode, build, view](const tvn_om::global_options& opts,
                                                            const std::vector<std::string>& args) {

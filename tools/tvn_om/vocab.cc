@@ -81,7 +81,7 @@ std::string error_meaning(int32_t code, uint64_t opcode) {
 std::string vocab_markdown(const tvn_om_vocab::family_def& family) {
     std::string out;
     if (!family.commands.empty()) {
-        out += fmt::format("| tvn_om {} ... | Class | Codes | What |\n|---|---|---|---|\n", family.name);
+        out += fmt::format("| tvn_om {} ... | Class | Codes | What |\n|---|---|---|---|\n", family.cli_group());
         for (const auto& c : family.commands) {
             std::string codes = fmt::format("0x{:x}", c.code);
             if (c.second_code != 0) codes += fmt::format(", 0x{:x}", c.second_code);

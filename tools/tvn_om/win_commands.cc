@@ -276,14 +276,9 @@ std::string policy_set_build(const option_parser& p, om_request& req) {
 
 const auto& F = vocab::family;
 
-// The family's commands live under "win".
-tvn_om::command_info win(tvn_om::command_info info) {
-    info.path[0] = "win";
-    return info;
-}
 tvn_om::command_info cmd(const tvn_om_vocab::command_def& c, tvn_om::parser_fn parser, tvn_om::build_fn build,
                          tvn_om::view_fn view) {
-    return win(tvn_om::family_command(F, c, std::move(parser), std::move(build), std::move(view)));
+    return tvn_om::family_command(F, c, std::move(parser), std::move(build), std::move(view));
 }
 
 const tvn_om::group_registrar win_group({"win"}, std::string(F.title));

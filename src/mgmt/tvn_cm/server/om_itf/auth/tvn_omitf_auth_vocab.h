@@ -296,7 +296,7 @@ inline constexpr tvn_om_vocab::error_def errors[] = {
 };
 
 inline constexpr tvn_om_vocab::family_def family{"auth", "AD domain: settings, join, controllers, DNS, tests, look-ups",
-                                                 items, commands, errors};
+                                                 items, commands, errors, "ad"};
 
 }  // namespace vocab
 }  // namespace tvn_auth

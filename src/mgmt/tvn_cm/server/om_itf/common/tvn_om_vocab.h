@@ -102,11 +102,16 @@ struct error_def {
 };
 
 struct family_def {
-    std::string_view name;  // "nfs": the folder, the tvn_om group
+    std::string_view name;  // "nfs": the folder and the README's place
     std::string_view title;
     std::span<const item_def> items;
     std::span<const command_def> commands;
     std::span<const error_def> errors;
+    // The word operators type after tvn_om ("ad" for the "auth" folder);
+    // empty: the folder's name.
+    std::string_view group = {};
+
+    constexpr std::string_view cli_group() const { return group.empty() ? name : group; }
 
     constexpr const item_def* item(std::string_view key, std::string_view scope = {}) const {
         for (const auto& i : items)

@@ -222,7 +222,7 @@ inline constexpr tvn_om_vocab::error_def errors[] = {
 };
 
 inline constexpr tvn_om_vocab::family_def family{"kerberos", "Kerberos realms, services, keytabs and settings", items,
-                                                 commands, errors};
+                                                 commands, errors, "krb"};
 
 }  // namespace vocab
 }  // namespace tvn_krb

@@ -150,7 +150,7 @@ inline constexpr tvn_om_vocab::error_def errors[] = {
 };
 
 inline constexpr tvn_om_vocab::family_def family{"usermapping", "User mapping rules, caches and permissions", items,
-                                                 commands, errors};
+                                                 commands, errors, "mapping"};
 
 }  // namespace vocab
 }  // namespace tvn_usermapping

@@ -166,7 +166,7 @@ inline constexpr tvn_om_vocab::error_def errors[] = {
 };
 
 inline constexpr tvn_om_vocab::family_def family{"windows_users", "Local Windows users, groups, memberships and account policy",
-                                                 items, commands, errors};
+                                                 items, commands, errors, "win"};
 
 }  // namespace vocab
 }  // namespace tvn_win
