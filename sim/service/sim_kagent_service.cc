@@ -1,15 +1,17 @@
 #include "sim_kagent_service.h"
 
-#include "sim_usermap_kernel.h"
-
 #include <fmt/format.h>
 
 #include <charconv>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <string_view>
+#include <utility>
 
 #include "sim_kerberos_service.h"
 #include "sim_result.h"
+#include "sim_usermap_kernel.h"
+#include "tvn_kchannel.h"
 
 namespace tvn::sim {
 
@@ -31,6 +33,32 @@ int32_t snapshot_result(sim_store& store, const tvn_ka_fs_snapshot_req& req) {
     return store.inv.fs_by_id(req.fs_id()) ? SIM_OK : SIM_ERR_NOT_FOUND;
 }
 
+// The kernel channels this agent stands in for, by name: each takes the
+// request's bytes and answers a result and, on success, bytes.
+using kernel_channel = int32_t (*)(sim_store&, const std::string&, std::string&);
+constexpr std::pair<std::string_view, kernel_channel> kKernelChannels[] = {
+    {"krb_cache", kerberos_cache_channel},
+    {"appdata", usermap_cache_channel},
+    {"ShowSecurityDescInfo", security_desc_channel},
+};
+
+void answer_kernel_channel(sim_store& store, const tvn_ka_pum_req& req, tvn_ka_pum_rsp& rsp) {
+    for (const auto& [name, handler] : kKernelChannels) {
+        if (name != req.cmdstr()) continue;
+        std::string request, reply;
+        if (!tvn::kchannel_from_hex(req.value(), request)) {
+            rsp.set_result(SIM_ERR_INVALID);
+            return;
+        }
+        const int32_t rc = handler(store, request, reply);
+        rsp.set_result(rc);
+        if (rc == SIM_OK) rsp.set_value(tvn::kchannel_to_hex(reply));
+        return;
+    }
+    rsp.set_result(SIM_ERR_NOT_SUPPORTED);
+    rsp.set_value(fmt::format("unknown kernel channel {}", req.cmdstr()));
+}
+
 }  // namespace
 
 uint32_t sim_kagent_service::local_node_id() {
@@ -41,9 +69,11 @@ uint32_t sim_kagent_service::local_node_id() {
 }
 
 SIM_RPC_IMPL(sim_kagent_service, kagent_pum, tvn_ka_pum_req, tvn_ka_pum_rsp) {
-    if (usermap_kernel_answer(store_, *req, rsp)) return;
+    if (req->module() == "kchannel") {
+        answer_kernel_channel(store_, *req, *rsp);
+        return;
+    }
     const std::string& cmd = req->cmdstr();
-    if (req->module() == "kchannel" && kerberos_kernel_request(store_, *req, *rsp)) return;
     if (req->module() == "fs" && cmd == "get_fsid_by_name") {
         uint32_t tenant = 0;
         std::string name = req->value();

@@ -7,6 +7,9 @@
 //   "fs", "get_fs_name",      "FSID"                  -> the name
 //   "fs", "list",             ""                      -> JSON array of
 //         {"fsid", "name", "tenant", "controller"}
+//   "kchannel", a kernel channel's name, the request bytes in hexadecimal
+//         -> the answer bytes in hexadecimal (the kernel channels'
+//         stand-in, tvn_kchannel_request)
 // and answers any other command with -95.
 #include "sim_service_base.h"
 #include "sim_store.h"

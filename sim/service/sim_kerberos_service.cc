@@ -3,7 +3,6 @@
 #include <fstream>
 
 #include "sim_result.h"
-#include "tvn_kchannel.h"
 #include "tvn_sysroot.h"
 
 namespace tvn::sim {
@@ -142,14 +141,9 @@ int32_t kerberos_ko_status() {
     return static_cast<int32_t>(status);
 }
 
-bool kerberos_kernel_request(sim_store& store, const tvn_ka_pum_req& req, tvn_ka_pum_rsp& rsp) {
-    if (req.cmdstr() != "krb_cache") return false;
-    std::string bytes;
+int32_t kerberos_cache_channel(sim_store& store, const std::string& bytes, std::string& reply) {
     // type (1), tenant (4, little-endian), name (64, zero-padded).
-    if (!tvn::kchannel_from_hex(req.value(), bytes) || bytes.size() != 69 || bytes[0] < 1 || bytes[0] > 3) {
-        rsp.set_result(SIM_ERR_INVALID);
-        return true;
-    }
+    if (bytes.size() != 69 || bytes[0] < 1 || bytes[0] > 3) return SIM_ERR_INVALID;
     uint32_t tenant = 0;
     for (int i = 3; i >= 0; --i) tenant = (tenant << 8) | static_cast<unsigned char>(bytes[1 + i]);
     std::string name = bytes.substr(5);
@@ -161,11 +155,9 @@ bool kerberos_kernel_request(sim_store& store, const tvn_ka_pum_req& req, tvn_ka
         kerberos_store krb(store.db, store.dir, store.inv);
         dropped = static_cast<uint32_t>(krb.services(tenant, "", name, "", 0, 0).size());
     }
-    std::string out(4, '\0');
-    for (int i = 0; i < 4; ++i) out[i] = static_cast<char>((dropped >> (8 * i)) & 0xFF);
-    rsp.set_result(SIM_OK);
-    rsp.set_value(tvn::kchannel_to_hex(out));
-    return true;
+    reply.assign(4, '\0');
+    for (int i = 0; i < 4; ++i) reply[i] = static_cast<char>((dropped >> (8 * i)) & 0xFF);
+    return SIM_OK;
 }
 
 }  // namespace tvn::sim

@@ -59,9 +59,8 @@ private:
 // $TVN_SYSROOT/var/lib/tvn_sim/krb_ko_status holds another number.
 int32_t kerberos_ko_status();
 
-// A kernel-channel request of the kernel agent ("kchannel" module of
-// kagent_pum): true when the channel is the Kerberos caches' and `rsp` is
-// answered.
-bool kerberos_kernel_request(sim_store& store, const tvn_ka_pum_req& req, tvn_ka_pum_rsp& rsp);
+// The kernel channel "krb_cache" of the Kerberos caches: a clear request's
+// bytes in, the number of entries dropped out.
+int32_t kerberos_cache_channel(sim_store& store, const std::string& request, std::string& reply);
 
 }  // namespace tvn::sim

@@ -37,47 +37,31 @@ bool number(std::string_view text, T& out) {
     return ec == std::errc() && end == text.data() + text.size();
 }
 
-bool unhex(const std::string& hex, std::string& out) {
-    if (hex.size() % 2 != 0) return false;
-    out.clear();
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        unsigned v = 0;
-        auto [end, ec] = std::from_chars(hex.data() + i, hex.data() + i + 2, v, 16);
-        if (ec != std::errc() || end != hex.data() + i + 2) return false;
-        out += static_cast<char>(v);
-    }
-    return true;
-}
+}  // namespace
 
-void answer_cache(sim_store& store, const std::string& hex, tvn_ka_pum_rsp* rsp) {
-    std::string bytes;
+int32_t usermap_cache_channel(sim_store& store, const std::string& bytes, std::string& reply) {
     cache_request r{};
-    if (!unhex(hex, bytes) || bytes.size() != sizeof r) {
-        rsp->set_result(SIM_ERR_INVALID);
-        return;
-    }
+    if (bytes.size() != sizeof r) return SIM_ERR_INVALID;
     std::memcpy(&r, bytes.data(), sizeof r);
     const std::string sid(r.sid, strnlen(r.sid, sizeof r.sid));
     user_mapping_store cache(store.db);
     if (r.selector <= 3) {
         uint32_t dropped = 0;
         int32_t rc = cache.cache_clear(r.tenant_id, r.selector, r.rule_id, r.uid, sid, dropped);
-        rsp->set_result(rc);
-        if (rc == SIM_OK) rsp->set_value(std::to_string(dropped));
-        return;
+        if (rc == SIM_OK) reply = std::to_string(dropped);
+        return rc;
     }
     std::optional<cached_mapping> m;
     if (r.selector == 4) m = cache.cache_by_sid(r.tenant_id, sid);
     else if (r.selector == 5) m = cache.cache_by_uid(r.tenant_id, r.uid);
-    else {
-        rsp->set_result(SIM_ERR_INVALID);
-        return;
-    }
-    rsp->set_result(m ? SIM_OK : SIM_ERR_NOT_FOUND);
-    if (m)
-        rsp->set_value(fmt::format("rule={}\nwin={}\nsid={}\nunix={}\nuid={}\n", m->rule_id, m->win_name, m->sid,
-                                   m->unix_name, m->uid));
+    else return SIM_ERR_INVALID;
+    if (!m) return SIM_ERR_NOT_FOUND;
+    reply = fmt::format("rule={}\nwin={}\nsid={}\nunix={}\nuid={}\n", m->rule_id, m->win_name, m->sid, m->unix_name,
+                        m->uid);
+    return SIM_OK;
 }
+
+namespace {
 
 // Splits at unescaped '|' and removes the escapes of '|', ';' and ' '.
 std::vector<std::string> split_fields(const std::string& cmd) {
@@ -273,22 +257,9 @@ int32_t show_perm(sim_store& store, const std::vector<std::string>& f, std::stri
 
 }  // namespace
 
-bool usermap_kernel_answer(sim_store& store, const tvn_ka_pum_req& req, tvn_ka_pum_rsp* rsp) {
-    if (req.module() == "usermap_cache" && req.cmdstr() == "appdata") {
-        answer_cache(store, req.value(), rsp);
-        return true;
-    }
-    if (req.module() == "secdesc" && req.cmdstr() == "ShowSecurityDescInfo") {
-        std::vector<std::string> f = split_fields(req.value());
-        std::string text;
-        int32_t rc = f[0] == "getacl" ? show_acl(store, f, text)
-                     : f[0] == "getperm" ? show_perm(store, f, text)
-                                         : SIM_ERR_INVALID;
-        rsp->set_result(rc);
-        if (rc == SIM_OK) rsp->set_value(text);
-        return true;
-    }
-    return false;
+int32_t security_desc_channel(sim_store& store, const std::string& bytes, std::string& reply) {
+    std::vector<std::string> f = split_fields(bytes);
+    return f[0] == "getacl" ? show_acl(store, f, reply) : f[0] == "getperm" ? show_perm(store, f, reply) : SIM_ERR_INVALID;
 }
 
 }  // namespace tvn::sim

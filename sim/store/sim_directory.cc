@@ -8,37 +8,46 @@
 
 #include "sim_nfs_options.h"
 #include "sim_result.h"
+#include "tvn_text_crypt.h"
 
 namespace tvn::sim {
 
 namespace {
-constexpr std::string_view kSecretTag = "hex:";
-}  // namespace
+constexpr std::string_view kEncryptedTag = "enc:";
+constexpr std::string_view kHexTag = "hex:";
 
-std::string encode_directory_secret(std::string_view plain) {
-    static constexpr char kDigits[] = "0123456789abcdef";
-    std::string out(kSecretTag);
-    for (unsigned char c : plain) {
-        out += kDigits[c >> 4];
-        out += kDigits[c & 15];
-    }
-    return out;
-}
-
-std::string decode_directory_secret(std::string_view stored) {
-    if (stored.substr(0, kSecretTag.size()) != kSecretTag || stored.size() % 2 != 0) return std::string(stored);
+std::string from_hex(std::string_view stored) {
     auto nibble = [](char c) -> int {
         if (c >= '0' && c <= '9') return c - '0';
         if (c >= 'a' && c <= 'f') return c - 'a' + 10;
         return -1;
     };
+    if (stored.size() % 2 != 0) return std::string(stored);
     std::string out;
-    for (size_t i = kSecretTag.size(); i + 1 < stored.size(); i += 2) {
+    for (size_t i = kHexTag.size(); i + 1 < stored.size(); i += 2) {
         int hi = nibble(stored[i]), lo = nibble(stored[i + 1]);
         if (hi < 0 || lo < 0) return std::string(stored);
         out += static_cast<char>(hi << 4 | lo);
     }
     return out;
+}
+}  // namespace
+
+int32_t encode_directory_secret(std::string_view plain, std::string& stored) {
+    stored.clear();
+    if (plain.empty()) return SIM_OK;
+    std::string hex;
+    if (int32_t rc = tvn::tvn_encrypt_text(plain, hex); rc != 0) return rc;
+    stored.assign(kEncryptedTag).append(hex);
+    return SIM_OK;
+}
+
+std::string decode_directory_secret(std::string_view stored) {
+    if (stored.starts_with(kHexTag)) return from_hex(stored);
+    if (!stored.starts_with(kEncryptedTag)) return std::string(stored);
+    tvn::SecString plain;
+    if (tvn::tvn_decrypt_text(stored.substr(kEncryptedTag.size()), plain) != 0) return std::string(stored);
+    return std::string(plain.view());
 }
 
 namespace {

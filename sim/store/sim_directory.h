@@ -20,11 +20,15 @@ struct domain_rec {
     std::string sid;
 };
 
-// Account passwords are kept hex-encoded behind a "hex:" tag: encoded, not
-// encrypted. It keeps the stand-in domain's own copy of a secret out of a
-// plain-text scan of the system root, which is how the tests prove that the
-// service itself leaked no password. A value without the tag reads as it is.
-std::string encode_directory_secret(std::string_view plain);
+// Account passwords are stored encrypted with the system's text encryption
+// (AES-256-GCM under the node key, behind an "enc:" tag), so the stand-in
+// domain's own copy of a secret is never in the database in plain text and
+// a plain-text scan of the system root still proves the service leaked
+// none. An empty password is stored empty. Databases made before keep
+// "hex:"-tagged hex or untagged values; both still read. A value that does
+// not decrypt (another node's key) reads as it is.
+// 0, or the encryption's code.
+int32_t encode_directory_secret(std::string_view plain, std::string& stored);
 std::string decode_directory_secret(std::string_view stored);
 
 struct account_rec {

@@ -284,9 +284,13 @@ int32_t apply_locked(sim_db& db, const json& seed, std::string& err) {
                            err = fmt::format("{}: domain \"{}\" is not in \"domains\"", w, domain);
                            return false;
                        }
+                       std::string stored_pw;
+                       if (encode_directory_secret(pw, stored_pw) != 0) {
+                           err = w + ": cannot encrypt the password";
+                           return false;
+                       }
                        st.bind(1, domain).bind(2, name).bind(3, group ? 1 : 0).bind(4, rid);
-                       st.bind(5, id).bind(6, pg).bind(7, descr).bind(8, encode_directory_secret(pw)).bind(9,
-                                                                                 can_join ? 1 : 0);
+                       st.bind(5, id).bind(6, pg).bind(7, descr).bind(8, stored_pw).bind(9, can_join ? 1 : 0);
                        return true;
                    }) &&
         load_array(db, seed, "domain_controllers",

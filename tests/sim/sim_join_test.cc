@@ -189,4 +189,25 @@ TEST_F(sim_directory, NamesResolveOnlyFromTheTables) {
     EXPECT_FALSE(store_->dir.netgroup("nosuch"));
 }
 
+TEST_F(sim_directory, PasswordsAreStoredEncryptedAndOlderFormsStillRead) {
+    std::string stored, again;
+    ASSERT_EQ(encode_directory_secret("Admin@123", stored), 0);
+    ASSERT_EQ(encode_directory_secret("Admin@123", again), 0);
+    EXPECT_NE(stored, again);  // a fresh nonce each time
+    EXPECT_EQ(stored.find("41646d696e40313233"), std::string::npos);  // not merely hex
+    const std::pair<std::string, std::string> reads[] = {
+        {stored, "Admin@123"},
+        {"hex:41646d696e40313233", "Admin@123"},
+        {"Admin@123", "Admin@123"},
+        {"", ""},
+        {"enc:00ff", "enc:00ff"},
+    };
+    for (const auto& [in, out] : reads) EXPECT_EQ(decode_directory_secret(in), out) << in;
+    // The seeded accounts' passwords work and are nowhere under the root.
+    auto admin = store_->dir.account_by_name("CORP\\Administrator", account_scope::any);
+    ASSERT_TRUE(admin);
+    EXPECT_EQ(admin->password, "Admin@123");
+    EXPECT_TRUE(tvn_test::files_containing(tvn::sysroot_path("/"), "Admin@123").empty());
+}
+
 }  // namespace

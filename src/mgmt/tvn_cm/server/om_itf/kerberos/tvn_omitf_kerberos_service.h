@@ -2,6 +2,7 @@
 // The service commands (Kerberos on a LIF), keytab import, the LIFs
 // Kerberos may use and the kernel's Kerberos caches.
 #include <string>
+#include <vector>
 
 #include "tvn_omitf_kerberos_command.h"
 
@@ -20,6 +21,10 @@ TVN_KRB_COMMAND(TvnOmitfKerberosGetEncyptType, tvn_omitf_kerberos_command)
 TVN_KRB_COMMAND(tvn_omitf_kerberos_get_cache_size, tvn_omitf_kerberos_command)
 
 namespace tvn_krb {
+// A service's answer items: LIF, SPN, realm and tenant.
+std::vector<tvn_omitf::answer_item> service_items(const mul_kerberos_service_config& s);
+// Item 22 of a LIF list: {"lifName": TEXT}; any other key is refused.
+int32_t read_lif_filter(void* req, std::string& filter);
 // The LIFs of a tenant whose name holds `filter` (all of them with limit 0).
 int32_t list_available_lifs(uint32_t tenant, const std::string& filter, uint32_t offset, uint32_t limit,
                             KerberosListAvailableLifRsp& reply);

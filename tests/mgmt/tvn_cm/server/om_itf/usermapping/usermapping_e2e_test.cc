@@ -369,17 +369,17 @@ TEST_F(UserMappingE2E, TvnOmDrivesTheFamily) {
 
 TEST(UserMappingKernel, ARefusingKernelFailsTheCacheAndDisplayCommands) {
     tvn_test::node_options opts;
-    opts.cm_env = {{"TVN_FAIL_AT", "tvn_kernel_appdata,ShowSecurityDescInfo"}};
+    opts.cm_env = {{"TVN_FAIL_AT", "tvn_kchannel_request"}};
     tvn_test::node node(opts);
     ASSERT_TRUE(node.start());
     for (const om_request& r : {om_request(kClear), om_request(kCacheUnix).u(70, 0),
                                 om_request(kAcl).s(64, "1").s(66, "/")}) {
         om_reply a = node.call(r);
         EXPECT_EQ(a.kind(), OM_ERR_ACK) << a;
-        EXPECT_EQ(a.result(), -5) << a;
+        EXPECT_EQ(a.result(), -1) << a;
     }
-    EXPECT_NE(node.cm_log().find("Send msg to eds failed(-5), respLen:0."), std::string::npos);
-    EXPECT_NE(node.cm_log().find("Execute error, ret is: -5."), std::string::npos);
+    EXPECT_NE(node.cm_log().find("Send msg to eds failed(-1), respLen:0."), std::string::npos);
+    EXPECT_NE(node.cm_log().find("Execute error, ret is: -1."), std::string::npos);
 }
 
 }  // namespace
