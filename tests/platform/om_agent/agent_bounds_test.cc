@@ -3,6 +3,9 @@
 // connection hogging the serving threads, a subscriber flooding the feed,
 // and idle connections under a low descriptor limit.
 #include <arpa/inet.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -260,14 +263,35 @@ TEST_F(AgentBounds, IdleConnectionsUnderALowDescriptorLimitLeaveRoomForCommands)
     low.rlim_cur = 256;
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
     start(MSG_CFG_S{});
-    // A process of its own, not a fork of this multi-threaded one.
-    tvn_test::process peers({tvn_test::bin_path("tvn_test_zmq_peers"), "idle",
-                             std::to_string(port_of(endpoint_)), "300"});
-    ASSERT_TRUE(peers.wait_for_output("ready", 30s)) << peers.err();
+    // The peers are a program of their own: a fork of this multi-threaded
+    // process only execs. Their "ready" comes through a pipe, because while
+    // they connect this process has no descriptor to spare and the wait must
+    // open nothing.
+    const std::string path = tvn_test::bin_path("tvn_test_zmq_peers");
+    const std::string port = std::to_string(port_of(endpoint_));
+    char idle[] = "idle", count[] = "300";
+    char* argv[] = {const_cast<char*>(path.c_str()), idle, const_cast<char*>(port.c_str()), count, nullptr};
+    int out[2];
+    ASSERT_EQ(::pipe(out), 0);
+    pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::dup2(out[1], STDOUT_FILENO);
+        ::execv(path.c_str(), argv);
+        ::_exit(127);
+    }
+    ::close(out[1]);
+    pollfd ready{out[0], POLLIN, 0};
+    char word[5] = {};
+    const bool started = ::poll(&ready, 1, 30000) == 1 && ::read(out[0], word, sizeof(word)) == 5;
+    ::close(out[0]);
+    EXPECT_TRUE(started && std::string(word, 5) == "ready") << "the peers did not connect";
     int answered = 0;
-    for (int i = 0; i < 7; ++i) answered += call(command(kCount), 5000) == 0 ? 1 : 0;
+    for (int i = 0; started && i < 7; ++i) answered += call(command(kCount), 5000) == 0 ? 1 : 0;
     EXPECT_EQ(answered, 7);
-    peers.kill_now();
+    ::kill(child, SIGKILL);
+    int status = 0;
+    tvn_test::wait_child(child, status);
     ::setrlimit(RLIMIT_NOFILE, &saved);
 }
 
